@@ -1,0 +1,152 @@
+#!/usr/bin/env bash
+# Installs what the build needs from Debian's packages, then cross-builds the
+# three libraries the agent links and GoogleTest for x86_64-w64-mingw32 from
+# Debian's source packages into a cache outside the checkout, keyed by version.
+set -euo pipefail
+shopt -s inherit_errexit
+
+here=$(cd "$(dirname "$0")/.." && pwd)
+cache=${ZENT_CACHE:-$HOME/.cache/zent}
+host=x86_64-w64-mingw32
+jobs=$(nproc)
+
+packages=(
+  g++ cmake ninja-build make pkg-config file dpkg-dev
+  g++-mingw-w64-x86-64-posix mingw-w64-tools binutils-mingw-w64-x86-64
+  wine wine64
+  libtinyxml2-dev rapidjson-dev libssl-dev libgtest-dev
+  clang python3 python3-pytest osslsigncode openssl
+)
+
+sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
+
+install_packages() {
+  local missing=()
+  for p in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'ok installed' || missing+=("$p")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  echo "zent setup: installing ${missing[*]}"
+  sudo_ apt-get update -q
+  sudo_ env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
+}
+
+# The mingw compiler must use the posix thread model: std::thread and
+# std::mutex come from winpthreads, linked statically.
+select_posix_threads() {
+  local alt
+  for alt in x86_64-w64-mingw32-g++ x86_64-w64-mingw32-gcc; do
+    if update-alternatives --list "$alt" >/dev/null 2>&1; then
+      sudo_ update-alternatives --set "$alt" "/usr/bin/$alt-posix" >/dev/null
+    fi
+  done
+}
+
+# Source entries are derived from the machine's own binary entries, so the
+# mirror stays whatever the machine already uses.
+enable_sources() {
+  local out=/etc/apt/sources.list.d/zent-deb-src.sources
+  local outlist=/etc/apt/sources.list.d/zent-deb-src.list
+  [ -e "$out" ] || [ -e "$outlist" ] && return 0
+  local f tmp
+  tmp=$(mktemp)
+  for f in /etc/apt/sources.list.d/*.sources; do
+    [ -e "$f" ] || continue
+    grep -q '^Types:.*deb-src' "$f" && continue
+    grep -q 'debian' "$f" || continue
+    sed -n 's/^Types: deb$/Types: deb-src/;p' "$f" >>"$tmp"
+    echo >>"$tmp"
+  done
+  if [ -s "$tmp" ]; then
+    sudo_ cp "$tmp" "$out"
+  else
+    cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null |
+      grep -E '^deb [^#]*debian' | sed 's/^deb /deb-src /' >"$tmp" || true
+    sudo_ cp "$tmp" "$outlist"
+  fi
+  rm -f "$tmp"
+  sudo_ apt-get update -q
+}
+
+# Versions to try for a source package: the one matching the installed -dev
+# package first, then what the source index offers, newest first (a mirror
+# may lack the newest security upload's sources).
+candidate_versions() {
+  local src=$1 dev=$2
+  { dpkg-query -W -f='${source:Version}\n' "$dev"
+    apt-cache showsrc "$src" 2>/dev/null | sed -n 's/^Version: //p' | sort -V -r
+  } | awk 'NF && !seen[$0]++'
+}
+
+fetch_source() {
+  local pkg=$1 ver=$2 dir=$3
+  rm -rf "$dir" && mkdir -p "$dir"
+  (cd "$dir" && apt-get source -q "$pkg=$ver" >/dev/null 2>&1) || return 1
+  mv "$(find "$dir" -mindepth 1 -maxdepth 1 -type d | head -n 1)" "$dir/src"
+}
+
+cmake_cross() {
+  local src=$1 build=$2 prefix=$3; shift 3
+  cmake -S "$src" -B "$build" -G Ninja \
+    -DCMAKE_TOOLCHAIN_FILE="$here/cmake/mingw-w64-x86_64.cmake" \
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$prefix" \
+    -DBUILD_SHARED_LIBS=OFF "$@" >/dev/null
+  cmake --build "$build" -j "$jobs" >/dev/null
+  cmake --install "$build" >/dev/null
+}
+
+compile_tinyxml2() { cmake_cross "$1" "$1/../build" "$2" -Dtinyxml2_BUILD_TESTING=OFF; }
+compile_googletest() { cmake_cross "$1" "$1/../build" "$2" -Dgtest_force_shared_crt=OFF; }
+compile_openssl() {
+  (cd "$1" &&
+     ./Configure mingw64 no-shared no-tests no-module \
+       --cross-compile-prefix=$host- --prefix="$2" --libdir=lib >/dev/null &&
+     make -j "$jobs" build_libs >/dev/null &&
+     make install_dev >/dev/null)
+}
+
+# cross_build SOURCE-PACKAGE DEV-PACKAGE: prints the install prefix.
+cross_build() {
+  local src=$1 dev=$2 ver prefix
+  local -a versions
+  enable_sources >&2
+  mapfile -t versions < <(candidate_versions "$src" "$dev")
+  for ver in "${versions[@]}"; do
+    prefix=$cache/mingw/$src-$ver
+    [ -e "$prefix/.done" ] && { echo "$prefix"; return 0; }
+  done
+  local work=$cache/work/$src
+  for ver in "${versions[@]}"; do
+    fetch_source "$src" "$ver" "$work" || continue
+    prefix=$cache/mingw/$src-$ver
+    echo "zent setup: cross-building $src $ver" >&2
+    rm -rf "$prefix"
+    "compile_$src" "$work/src" "$prefix" >&2
+    touch "$prefix/.done"; rm -rf "$work"
+    echo "$prefix"; return 0
+  done
+  echo "zent setup: no source of $src could be fetched" >&2
+  return 1
+}
+
+main() {
+  install_packages
+  select_posix_threads
+  mkdir -p "$cache/mingw"
+  local tx gt ossl
+  tx=$(cross_build tinyxml2 libtinyxml2-dev)
+  gt=$(cross_build googletest libgtest-dev)
+  ossl=$(cross_build openssl libssl-dev)
+  # The build reads where the cross-built libraries are from this file.
+  mkdir -p "$here/build"
+  cat >"$here/build/deps.cmake.new" <<EOT
+set(ZENT_MINGW_PREFIXES "$tx;$gt;$ossl")
+EOT
+  if ! cmp -s "$here/build/deps.cmake.new" "$here/build/deps.cmake"; then
+    mv "$here/build/deps.cmake.new" "$here/build/deps.cmake"
+  else
+    rm "$here/build/deps.cmake.new"
+  fi
+}
+
+main "$@"

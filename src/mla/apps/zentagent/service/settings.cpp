@@ -1,0 +1,3 @@
+#include "service/settings.h"
+
+ZentSettings s_Settings;
