@@ -129,18 +129,33 @@ cross_build() {
   return 1
 }
 
+# RapidJSON is header-only: Debian's headers, copied into a prefix of their
+# own so that the cross build does not see the rest of /usr/include.
+rapidjson_headers() {
+  local ver prefix
+  ver=$(dpkg-query -W -f='${source:Version}' rapidjson-dev)
+  prefix=$cache/mingw/rapidjson-$ver
+  if [ ! -e "$prefix/.done" ]; then
+    rm -rf "$prefix" && mkdir -p "$prefix/include"
+    cp -r /usr/include/rapidjson "$prefix/include/"
+    touch "$prefix/.done"
+  fi
+  echo "$prefix"
+}
+
 main() {
   install_packages
   select_posix_threads
   mkdir -p "$cache/mingw"
-  local tx gt ossl
+  local tx gt ossl rj
   tx=$(cross_build tinyxml2 libtinyxml2-dev)
   gt=$(cross_build googletest libgtest-dev)
   ossl=$(cross_build openssl libssl-dev)
+  rj=$(rapidjson_headers)
   # The build reads where the cross-built libraries are from this file.
   mkdir -p "$here/build"
   cat >"$here/build/deps.cmake.new" <<EOT
-set(ZENT_MINGW_PREFIXES "$tx;$gt;$ossl")
+set(ZENT_MINGW_PREFIXES "$tx;$gt;$ossl;$rj")
 EOT
   if ! cmp -s "$here/build/deps.cmake.new" "$here/build/deps.cmake"; then
     mv "$here/build/deps.cmake.new" "$here/build/deps.cmake"
