@@ -121,7 +121,8 @@ cross_build() {
     prefix=$cache/mingw/$src-$ver
     echo "zent setup: cross-building $src $ver" >&2
     rm -rf "$prefix"
-    "compile_$src" "$work/src" "$prefix" >&2
+    "compile_$src" "$work/src" "$prefix" >"$work/build.log" 2>&1 ||
+      { tail -n 40 "$work/build.log" >&2; echo "zent setup: building $src failed" >&2; return 1; }
     touch "$prefix/.done"; rm -rf "$work"
     echo "$prefix"; return 0
   done
