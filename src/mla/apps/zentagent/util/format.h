@@ -53,6 +53,22 @@ struct FormatSpec {
   char conversion = 0;
 };
 
+// A width or precision: '*' or decimal digits at fmt[i], which it passes.
+// False for a number too large to be meant.
+template <class Ch>
+constexpr bool ParseFieldNumber(const Ch* fmt, size_t& i, int& value, bool& fromArgument) {
+  if (fmt[i] == '*') {
+    fromArgument = true;
+    ++i;
+    return true;
+  }
+  while (fmt[i] >= '0' && fmt[i] <= '9') {
+    if (value > 100000) return false;
+    value = value * 10 + static_cast<int>(fmt[i++] - '0');
+  }
+  return true;
+}
+
 // Parses the conversion that starts after a '%' at fmt[i]; returns the index
 // after it, or 0 when the conversion is malformed or not supported.
 template <class Ch>
@@ -66,27 +82,11 @@ constexpr size_t ParseFormatSpec(const Ch* fmt, size_t i, FormatSpec& s) {
     else if (c == '0') s.zero = true;
     else break;
   }
-  if (fmt[i] == '*') {
-    s.widthArg = true;
-    ++i;
-  } else {
-    while (fmt[i] >= '0' && fmt[i] <= '9') {
-      if (s.width > 100000) return 0;
-      s.width = s.width * 10 + static_cast<int>(fmt[i++] - '0');
-    }
-  }
+  if (!ParseFieldNumber(fmt, i, s.width, s.widthArg)) return 0;
   if (fmt[i] == '.') {
     ++i;
     s.precision = 0;
-    if (fmt[i] == '*') {
-      s.precisionArg = true;
-      ++i;
-    } else {
-      while (fmt[i] >= '0' && fmt[i] <= '9') {
-        if (s.precision > 100000) return 0;
-        s.precision = s.precision * 10 + static_cast<int>(fmt[i++] - '0');
-      }
-    }
+    if (!ParseFieldNumber(fmt, i, s.precision, s.precisionArg)) return 0;
   }
   switch (fmt[i]) {
     case 'h':
