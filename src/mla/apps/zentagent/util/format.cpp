@@ -169,7 +169,6 @@ void FormatAny(std::string& out, const Ch* fmt, const FormatArg* args, size_t co
       case FormatNeed::Int:
       case FormatNeed::Int32:
       case FormatNeed::Int64:
-      case FormatNeed::IntPtr:
         PutInteger(out, s, IntegerOf(*a));
         break;
       case FormatNeed::Pointer: {

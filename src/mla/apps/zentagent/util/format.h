@@ -27,7 +27,6 @@ namespace zent {
 struct FormatArg {
   enum Kind : uint8_t { Integer, Pointer, NarrowText, WideText, Utf16Text };
   Kind kind;
-  uint8_t size;  // integer: bytes of the argument's own type
   union {
     int64_t integer;  // promoted as C would: sign- or zero-extended
     const void* pointer;
@@ -39,8 +38,7 @@ struct FormatArg {
 };
 
 // What a conversion asks of its argument.
-enum class FormatNeed : uint8_t { None, Int, Int32, Int64, IntPtr, Char, WideChar, NarrowChar,
-                                  NarrowString, WideString, Pointer, Bad };
+enum class FormatNeed : uint8_t { Int, Int32, Int64, WideChar, NarrowChar, NarrowString, WideString, Pointer, Bad };
 
 // One conversion of a format: flags, width, precision, length and letter.
 struct FormatSpec {
@@ -175,7 +173,6 @@ constexpr bool ArgFits(FormatNeed need) {
     case FormatNeed::Int: return C::isIntegral && C::intSize <= 4 && !C::isWideChar;
     case FormatNeed::Int32: return C::isIntegral && C::intSize == 4 && !C::isWideChar;
     case FormatNeed::Int64: return C::isIntegral && C::intSize == 8;
-    case FormatNeed::IntPtr: return C::isIntegral && C::intSize == sizeof(void*);
     case FormatNeed::WideChar: return C::isIntegral && C::intSize <= 4;
     case FormatNeed::NarrowChar: return C::isIntegral && C::intSize <= 4 && !C::isWideChar;
     case FormatNeed::NarrowString: return C::isText8;
@@ -265,11 +262,11 @@ FormatArg MakeFormatArg(const T& value) {
       a.pointer = static_cast<const void*>(value);
     }
   } else if constexpr (std::is_enum_v<U>) {
-    a.kind = FormatArg::Integer; a.size = sizeof(U);
+    a.kind = FormatArg::Integer;
     a.integer = static_cast<int64_t>(static_cast<std::underlying_type_t<U>>(value));
   } else {
     static_assert(std::is_integral_v<U>, "not a formattable type");
-    a.kind = FormatArg::Integer; a.size = sizeof(U);
+    a.kind = FormatArg::Integer;
     a.integer = static_cast<int64_t>(value);
   }
   return a;
