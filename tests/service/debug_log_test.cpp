@@ -12,7 +12,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
-extern HANDLE hLogFileEvent;
+#include "service/engine_state_win.h"
+#define hLogFileEvent g_Engine.hLogFileEvent
 #else
 extern std::atomic<int> s_LogRotationRequests;
 #endif

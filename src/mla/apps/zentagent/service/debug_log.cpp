@@ -26,10 +26,10 @@ void WriteDebugLogText(std::string text) {
 
   // Tested before the lock: a close by a settings reload can race with this,
   // as the design accepts.
-  if (s_DebugLog.stream == nullptr) return;
+  if (s_DebugLog.stream.load() == nullptr) return;
   std::string stamp = FormatLogStamp(LogLocalTime());
   std::lock_guard<std::mutex> lock(s_DebugLog.logLock);
-  FILE* stream = s_DebugLog.stream;
+  FILE* stream = s_DebugLog.stream.load();
   if (stream == nullptr) return;
   fwrite(stamp.data(), 1, stamp.size(), stream);
   s_DebugLog.logSize += static_cast<int32_t>(stamp.size());

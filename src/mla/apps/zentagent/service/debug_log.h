@@ -9,6 +9,7 @@
 // in the file a time stamp before that; the message carries its own line end.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <mutex>
@@ -28,10 +29,12 @@ struct LogTime {
   int year, month, day, hour, minute, second, millisecond;
 };
 
-// The open log file and its running size; guarded by logLock.
+// The open log file and its running size. logLock guards the writes, the
+// size and rotation; the stream is tested before the lock is taken, and a
+// settings reload may close it outside the lock.
 struct DebugLogState {
   std::mutex logLock;
-  FILE* stream = nullptr;
+  std::atomic<FILE*> stream{nullptr};
   int32_t logSize = 0;
 };
 extern DebugLogState s_DebugLog;
@@ -50,6 +53,11 @@ uint32_t LogCurrentThreadId();
 LogTime LogLocalTime();
 void LogDebuggerOutput(const char* text);
 void LogRequestRotation();
+
+// The log file's life, in the Windows build: open (or reopen at its end),
+// and rotate with the lock held. ProcessLogFileFn flushes and rotates.
+void InitLogFile();
+void RotateLogFile();
 
 template <class... Args>
 void DebugLogWrite(const char* function, int line, zent::WideFormat<Args...> format, const Args&... args) {

@@ -1,10 +1,7 @@
 #include <windows.h>
 
 #include "service/debug_log.h"
-
-// Set by the service's start-up; the flushing thread rotates the file when
-// it is signalled.
-HANDLE hLogFileEvent = nullptr;
+#include "service/engine_state_win.h"
 
 uint32_t LogCurrentThreadId() { return GetCurrentThreadId(); }
 
@@ -17,5 +14,5 @@ LogTime LogLocalTime() {
 void LogDebuggerOutput(const char* text) { OutputDebugStringA(text); }
 
 void LogRequestRotation() {
-  if (hLogFileEvent != nullptr) SetEvent(hLogFileEvent);
+  if (g_Engine.hLogFileEvent != nullptr) SetEvent(g_Engine.hLogFileEvent);
 }

@@ -1,0 +1,12 @@
+#include "command/dispatch.h"
+
+PipeHandler SelectPipeHandler(uint32_t command, bool testMode) {
+  if (command == 1) return PipeHandler::PipeCmdNotify;
+  if (testMode) {
+    if (command == 101) return PipeHandler::PipeCmdPing;
+    return PipeHandler::PipeCmdUnknown;
+  }
+  if (command == 2) return PipeHandler::HandleSelfProtectionStatus;
+  if (command == 3) return PipeHandler::HandleStopService;
+  return PipeHandler::PipeCmdUnknown;
+}

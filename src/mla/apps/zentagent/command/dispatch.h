@@ -1,0 +1,17 @@
+// Which handler a command number reaches, by command set.
+#pragma once
+
+#include <cstdint>
+
+enum class PipeHandler {
+  PipeCmdNotify,
+  HandleSelfProtectionStatus,
+  HandleStopService,
+  PipeCmdPing,
+  PipeCmdUnknown,
+};
+
+// Production has four commands; TestMode swaps them for the test set, in
+// which 2 and 3 are unknown. Commands whose handlers are not built yet
+// (102 to 107) are answered as unknown.
+PipeHandler SelectPipeHandler(uint32_t command, bool testMode);

@@ -1,0 +1,3 @@
+#include "service/engine_state_win.h"
+
+ZentEngineState g_Engine;

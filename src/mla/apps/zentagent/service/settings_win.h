@@ -1,0 +1,11 @@
+// Filling and reloading the settings record from zent_agent.ini.
+#pragma once
+
+// Once, from InitService, when the working directory is known.
+void InitZentSettings();
+// Reads section ZENTSETTINGS and the deployed policy into the record.
+void LoadZentSettings();
+// From the configuration watcher, when the ini changed.
+void ReloadConfigSettings();
+// The platform and the settings, to the debug log.
+void DumpDefaultSetting();

@@ -1,0 +1,14 @@
+// ProcessMonitorConfigFn: reloading the settings on a change of the config
+// folder comes with the configuration watcher; until then the thread waits
+// for the stop event.
+#include "service/debug_log.h"
+#include "service/engine_state_win.h"
+#include "service/workers_win.h"
+
+DWORD WINAPI ProcessMonitorConfigFn(LPVOID) {
+  ZENT_LOG(2, L"ProcessMonitorConfigFn: enters\n");
+  WaitForSingleObject(g_Engine.hStopEvent, INFINITE);
+  ZENT_LOG(2, L"ProcessMonitorConfigFn: Stop Event Signaled!\n");
+  ZENT_LOG(2, L"ProcessMonitorConfigFn: exits\n");
+  return 0;
+}

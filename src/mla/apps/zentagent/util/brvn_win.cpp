@@ -1,0 +1,122 @@
+#include "util/brvn_win.h"
+
+#include <vector>
+
+#include "service/debug_log.h"
+#include "service/engine_state_win.h"
+#include "service/settings.h"
+#include "util/brvn_self_protection.h"
+#include "util/reg_key_win.h"
+#include "util/signer_name_win.h"
+
+std::string UtilBRVN::installPath;
+klfCnt_SystemCall_t UtilBRVN::klfCnt_SystemCall = nullptr;
+klfCnt_Free_t UtilBRVN::klfCnt_Free = nullptr;
+klfCnt_LoadLibraryWithSignCheck_t UtilBRVN::klfCnt_LoadLibraryWithSignCheck = nullptr;
+klfCnt_VerifyEmbeddedSignatureAndSigner_t UtilBRVN::klfCnt_VerifyEmbeddedSignatureAndSigner = nullptr;
+
+namespace {
+
+const wchar_t kFrameworkName[] = L"klfAgent_64x";
+
+template <class Fn>
+bool Resolve(Fn& pointer, const char* name, const wchar_t* failure) {
+  FARPROC address = GetProcAddress(GetModuleHandleW(kFrameworkName), name);
+  if (address == nullptr) {
+    ZENT_LOG(1, L"%s\n", failure);
+    return false;
+  }
+  pointer = reinterpret_cast<Fn>(reinterpret_cast<void*>(address));
+  return true;
+}
+
+}  // namespace
+
+bool UtilBRVN::ReadBRVNInstallPathFromReg() {
+  utilRegKey key(kBrvnRegistryKey);
+  if (!key.KeyExists()) {
+    ZENT_LOG(1, L"cannot find registry %S\n", kBrvnRegistryKey);
+    return false;
+  }
+  if (!key.Open(0)) {
+    ZENT_LOG(1, L"cannot open registry %S\n", kBrvnRegistryKey);
+    return false;
+  }
+  if (!key.QueryValue("Application Path", installPath, false)) {
+    ZENT_LOG(1, L"cannot find value(%S) under key(%S)\n", "Application Path", kBrvnRegistryKey);
+    return false;
+  }
+  key.Close();
+  return true;
+}
+
+bool UtilBRVN::Init() {
+  if (!ReadBRVNInstallPathFromReg()) {
+    ZENT_LOG(1, L"Read BRVN install path from registry failed.\n");
+    return false;
+  }
+  if (klfCnt_Free != nullptr) return true;
+
+  // The framework is checked before it is loaded, against a substituted
+  // library in the agent's folder.
+  std::wstring path = s_Settings.workingDirectory + L"\\" + kFrameworkName + L".dll";
+  if (getSignerName(path) != KLF_EXPECTED_SIGNER) {
+    ZENT_LOG(1, L"%s.dll does not have valid Halvane sign.\n", kFrameworkName);
+    return false;
+  }
+  SetDllDirectoryW(s_Settings.workingDirectory.c_str());
+  HMODULE framework = LoadLibraryW(L"klfAgent_64x.dll");
+  SetDllDirectoryW(nullptr);
+  if (framework == nullptr) {
+    ZENT_LOG(1, L"Unable to load %s.dll.\n", kFrameworkName);
+    return false;
+  }
+  return Resolve(klfCnt_SystemCall, "klfCnt_SystemCall", L"Unable to load klfCnt_SystemCall function.") &&
+         Resolve(klfCnt_Free, "klfCnt_Free", L"Unable to load klfCnt_Free function.") &&
+         Resolve(klfCnt_LoadLibraryWithSignCheck, "klfCnt_LoadLibraryWithSignCheck",
+                 L"Unable to load klfCnt_LoadLibraryWithSignCheck function.") &&
+         Resolve(klfCnt_VerifyEmbeddedSignatureAndSigner, "klfCnt_VerifyEmbeddedSignatureAndSigner",
+                 L"Unable to load klfCnt_VerifyEmbeddedSignatureAndSigner function.");
+}
+
+HMODULE UtilBRVN::LoadLibraryWithSignCheck(const std::wstring& path) {
+  if (klfCnt_LoadLibraryWithSignCheck == nullptr) {
+    ZENT_LOG(1, L"klfCnt_LoadLibraryWithSignCheck function is not loaded.\n");
+    return nullptr;
+  }
+  return static_cast<HMODULE>(klfCnt_LoadLibraryWithSignCheck(KLF_EXPECTED_SIGNER, path.c_str()));
+}
+
+bool UtilBRVN::VerifyEmbeddedSignatureAndSigner(const std::wstring& path) {
+  if (klfCnt_VerifyEmbeddedSignatureAndSigner == nullptr) {
+    ZENT_LOG(1, L"klfCnt_VerifyEmbeddedSignatureAndSigner function is not loaded.\n");
+    return false;
+  }
+  return klfCnt_VerifyEmbeddedSignatureAndSigner(KLF_EXPECTED_SIGNER, path.c_str()) != 0;
+}
+
+int UtilBRVN::QuerySelfProtectionStatus() {
+  ZENT_LOG(4, L"Querying self-protection status...\n");
+  if (klfCnt_SystemCall == nullptr || klfCnt_Free == nullptr) {
+    ZENT_LOG(1, L"klfCnt_SystemCall function is not loaded.\n");
+    return -1;
+  }
+  std::string request = BuildSelfProtectionRequest();
+  ZENT_LOG(4, L"Request: %S\n", request);
+  std::vector<char> buffer(request.begin(), request.end());
+  buffer.push_back('\0');
+  uint32_t responseSize = 0;
+  char* response = nullptr;
+  int rc = klfCnt_SystemCall(0, static_cast<uint32_t>(buffer.size()), buffer.data(), &responseSize, &response);
+  if (rc != 0) {
+    ZENT_LOG(1, L"KLF System call retruned error: %d\n", rc);
+    return rc;
+  }
+  std::string text = response != nullptr ? std::string(response, strnlen(response, responseSize)) : std::string();
+  ZENT_LOG(4, L"Response: %S\n", text);
+  bool enabled = g_Engine.selfProtection;
+  int result = ParseSelfProtectionResponse(text, enabled);
+  if (result == 0) g_Engine.selfProtection = enabled;
+  klfCnt_Free(response);
+  return result;
+}
