@@ -19,6 +19,18 @@ using zentsim::testing::StandInKey;
 
 const wchar_t* const kOtherPublisher = L"Untrusted Test Publisher";
 
+// A changed copy of the signed probe, removed with the object.
+struct ChangedProbe {
+  using Copy = bool (*)(const std::wstring& from, const std::wstring& to);
+  ChangedProbe(const std::wstring& name, Copy copy)
+      : path(zentsim::testing::ScratchPath(name)),
+        made(copy(BuildOutput(L"ZENT_SIM_PROBE_SIGNED"), path)) {}
+  ~ChangedProbe() { DeleteFileW(path.c_str()); }
+
+  std::wstring path;
+  bool made;
+};
+
 class KlfVerifyEmbeddedSignature : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_NE(klf.verifyEmbeddedSignatureAndSigner, nullptr); }
@@ -44,30 +56,25 @@ TEST_F(KlfVerifyEmbeddedSignature, RefusesAnUnsignedFile) {
 }
 
 TEST_F(KlfVerifyEmbeddedSignature, RefusesASignedFileWithOneCodeByteChanged) {
-  std::wstring tampered = zentsim::testing::ScratchPath(L"tampered_probe.exe");
-  ASSERT_TRUE(zentsim::testing::CopyWithCodeByteChanged(BuildOutput(L"ZENT_SIM_PROBE_SIGNED"),
-                                                        tampered));
-  EXPECT_EQ(Verify(tampered), 0);
+  ChangedProbe tampered(L"tampered_probe.exe", zentsim::testing::CopyWithCodeByteChanged);
+  ASSERT_TRUE(tampered.made);
+  EXPECT_EQ(Verify(tampered.path), 0);
   EXPECT_EQ(Outcome(), L"image digest differs");
-  DeleteFileW(tampered.c_str());
 }
 
 TEST_F(KlfVerifyEmbeddedSignature, RefusesAFileWhoseSignatureWasChanged) {
-  std::wstring forged = zentsim::testing::ScratchPath(L"forged_probe.exe");
-  ASSERT_TRUE(zentsim::testing::CopyWithSignatureByteChanged(
-      BuildOutput(L"ZENT_SIM_PROBE_SIGNED"), forged));
-  EXPECT_EQ(Verify(forged), 0);
+  ChangedProbe forged(L"forged_probe.exe", zentsim::testing::CopyWithSignatureByteChanged);
+  ASSERT_TRUE(forged.made);
+  EXPECT_EQ(Verify(forged.path), 0);
   EXPECT_EQ(Outcome(), L"signature does not verify");
-  DeleteFileW(forged.c_str());
 }
 
 TEST_F(KlfVerifyEmbeddedSignature, RefusesAFileWhoseSignedImageDigestWasChanged) {
-  std::wstring forged = zentsim::testing::ScratchPath(L"redigested_probe.exe");
-  ASSERT_TRUE(zentsim::testing::CopyWithSignedDigestByteChanged(
-      BuildOutput(L"ZENT_SIM_PROBE_SIGNED"), forged));
-  EXPECT_EQ(Verify(forged), 0);
+  ChangedProbe forged(L"redigested_probe.exe",
+                      zentsim::testing::CopyWithSignedDigestByteChanged);
+  ASSERT_TRUE(forged.made);
+  EXPECT_EQ(Verify(forged.path), 0);
   EXPECT_EQ(Outcome(), L"message digest differs");
-  DeleteFileW(forged.c_str());
 }
 
 TEST_F(KlfVerifyEmbeddedSignature, RefusesAFileSignedByAnotherPublisher) {

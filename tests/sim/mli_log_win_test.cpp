@@ -15,59 +15,62 @@ struct Read {
   DWORD elapsedMs = 0;
 };
 
-Read ReadOneRecord(MLI_HANDLE handle) {
-  unsigned char record[MLI_LOG_RECORD_SIZE] = {};
-  void* extra = &record;
-  uint32_t extraLength = 7;
-  DWORD start = GetTickCount();
-  int result = mli_get_log(handle, record, &extra, &extraLength);
-  EXPECT_EQ(extra, nullptr);
-  EXPECT_EQ(extraLength, 0u);
-  return {result, GetTickCount() - start};
-}
+class MliGetLog : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_NE(handle, nullptr); }
+  void TearDown() override {
+    mli_close(handle);
+    if (stop) CloseHandle(stop);
+  }
 
-TEST(MliGetLog, WaitsAboutHalfASecondThenReportsNoRecord) {
+  // The engine's stop event, registered as the engine does.
+  void RegisterStopEvent(bool signalled) {
+    stop = CreateEventW(nullptr, TRUE, signalled, nullptr);
+    ASSERT_EQ(mli_register_event(handle, 0, stop), 0);
+  }
+
+  Read ReadOneRecord() {
+    unsigned char record[MLI_LOG_RECORD_SIZE] = {};
+    void* extra = &record;
+    uint32_t extraLength = 7;
+    DWORD start = GetTickCount();
+    int result = mli_get_log(handle, record, &extra, &extraLength);
+    EXPECT_EQ(extra, nullptr);
+    EXPECT_EQ(extraLength, 0u);
+    return {result, GetTickCount() - start};
+  }
+
   SimScope scope;
-  HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
   MLI_HANDLE handle = mli_open();
-  ASSERT_EQ(mli_register_event(handle, 0, stop), 0);
-  Read read = ReadOneRecord(handle);
+  HANDLE stop = nullptr;
+};
+
+TEST_F(MliGetLog, WaitsAboutHalfASecondThenReportsNoRecord) {
+  RegisterStopEvent(false);
+  Read read = ReadOneRecord();
   EXPECT_NE(read.result, 0);
   EXPECT_GE(read.elapsedMs, 450u);
   EXPECT_LT(read.elapsedMs, 3000u);
   char text[128] = {};
   mli_get_error(handle, text, sizeof text);
   EXPECT_STREQ(text, "no log record");
-  mli_close(handle);
-  CloseHandle(stop);
 }
 
-TEST(MliGetLog, WaitsWithoutARegisteredEventToo) {
-  SimScope scope;
-  MLI_HANDLE handle = mli_open();
-  Read read = ReadOneRecord(handle);
+TEST_F(MliGetLog, WaitsWithoutARegisteredEventToo) {
+  Read read = ReadOneRecord();
   EXPECT_NE(read.result, 0);
   EXPECT_GE(read.elapsedMs, 450u);
-  mli_close(handle);
 }
 
-TEST(MliGetLog, ReturnsAtOnceWhenTheStopEventIsSignalled) {
-  SimScope scope;
-  HANDLE stop = CreateEventW(nullptr, TRUE, TRUE, nullptr);
-  MLI_HANDLE handle = mli_open();
-  ASSERT_EQ(mli_register_event(handle, 0, stop), 0);
-  Read read = ReadOneRecord(handle);
+TEST_F(MliGetLog, ReturnsAtOnceWhenTheStopEventIsSignalled) {
+  RegisterStopEvent(true);
+  Read read = ReadOneRecord();
   EXPECT_NE(read.result, 0);
   EXPECT_LT(read.elapsedMs, 300u);
-  mli_close(handle);
-  CloseHandle(stop);
 }
 
-TEST(MliGetLog, EndsAWaitInProgressWhenTheEngineStops) {
-  SimScope scope;
-  HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  MLI_HANDLE handle = mli_open();
-  ASSERT_EQ(mli_register_event(handle, 0, stop), 0);
+TEST_F(MliGetLog, EndsAWaitInProgressWhenTheEngineStops) {
+  RegisterStopEvent(false);
   // The engine's stop arrives while the pump is blocked in its read.
   HANDLE stopper = CreateThread(
       nullptr, 0,
@@ -77,26 +80,20 @@ TEST(MliGetLog, EndsAWaitInProgressWhenTheEngineStops) {
         return 0;
       },
       stop, 0, nullptr);
-  Read read = ReadOneRecord(handle);
-  EXPECT_LT(read.elapsedMs, 450u);
+  EXPECT_LT(ReadOneRecord().elapsedMs, 450u);
   WaitForSingleObject(stopper, INFINITE);
   CloseHandle(stopper);
-  mli_close(handle);
-  CloseHandle(stop);
 }
 
-TEST(MliGetLog, KeepsItsOwnReferenceToTheEvent) {
-  SimScope scope;
-  HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  MLI_HANDLE handle = mli_open();
-  ASSERT_EQ(mli_register_event(handle, 0, stop), 0);
+TEST_F(MliGetLog, KeepsItsOwnReferenceToTheEvent) {
+  RegisterStopEvent(false);
   HANDLE signaller = nullptr;
   DuplicateHandle(GetCurrentProcess(), stop, GetCurrentProcess(), &signaller, 0, FALSE,
                   DUPLICATE_SAME_ACCESS);
   CloseHandle(stop);
+  stop = nullptr;
   SetEvent(signaller);
-  EXPECT_LT(ReadOneRecord(handle).elapsedMs, 300u);
-  mli_close(handle);
+  EXPECT_LT(ReadOneRecord().elapsedMs, 300u);
   CloseHandle(signaller);
 }
 

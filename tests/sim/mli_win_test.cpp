@@ -16,14 +16,23 @@ using zentsim::testing::StandInKey;
 
 class Mli : public ::testing::Test {
  protected:
-  std::string Error(MLI_HANDLE handle) {
+  SimScope scope;
+  StandInKey mli = scope.Key(L"mli");
+};
+
+// The calls on a channel the engine holds open.
+class MliChannel : public Mli {
+ protected:
+  void SetUp() override { ASSERT_NE(handle, nullptr); }
+  void TearDown() override { mli_close(handle); }
+
+  std::string Error() {
     char text[128] = "unchanged";
     EXPECT_EQ(mli_get_error(handle, text, sizeof text), 0);
     return text;
   }
 
-  SimScope scope;
-  StandInKey mli = scope.Key(L"mli");
+  MLI_HANDLE handle = mli_open();
 };
 
 TEST_F(Mli, ExportsExactlyTheTenDriverCalls) {
@@ -57,79 +66,61 @@ TEST_F(Mli, CloseCountsAndEndsTheHandle) {
   EXPECT_EQ(mli.Dword(L"BadHandleCalls"), 1u);
 }
 
-TEST_F(Mli, VersionIsTheDefaultDriversWithoutKnob) {
-  MLI_HANDLE handle = mli_open();
+TEST_F(MliChannel, VersionIsTheDefaultDriversWithoutKnob) {
   char version[32] = {};
   EXPECT_EQ(mli_get_version(handle, version, sizeof version), 0);
   EXPECT_STREQ(version, "5.1.0.12");
-  mli_close(handle);
 }
 
-TEST_F(Mli, VersionKnobNamesTheRunningDriver) {
+TEST_F(MliChannel, VersionKnobNamesTheRunningDriver) {
   mli.Set(L"Version", L"6.2.0.7");
-  MLI_HANDLE handle = mli_open();
   char version[32] = {};
   EXPECT_EQ(mli_get_version(handle, version, sizeof version), 0);
   EXPECT_STREQ(version, "6.2.0.7");
-  mli_close(handle);
 }
 
-TEST_F(Mli, VersionRefusesABufferWithoutRoomForTheZero) {
-  MLI_HANDLE handle = mli_open();
+TEST_F(MliChannel, VersionRefusesABufferWithoutRoomForTheZero) {
   char version[8] = {};
   EXPECT_NE(mli_get_version(handle, version, sizeof version), 0);
-  EXPECT_EQ(Error(handle), "version buffer too small");
-  mli_close(handle);
+  EXPECT_EQ(Error(), "version buffer too small");
 }
 
-TEST_F(Mli, ErrorIsEmptyBeforeAnyFailure) {
-  MLI_HANDLE handle = mli_open();
-  EXPECT_EQ(Error(handle), "");
-  mli_close(handle);
-}
+TEST_F(MliChannel, ErrorIsEmptyBeforeAnyFailure) { EXPECT_EQ(Error(), ""); }
 
-TEST_F(Mli, RegisterEventCountsEachRegistration) {
+TEST_F(MliChannel, RegisterEventCountsEachRegistration) {
   HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  MLI_HANDLE handle = mli_open();
   EXPECT_EQ(mli_register_event(handle, 0, stop), 0);
   EXPECT_EQ(mli.Dword(L"EventsRegistered"), 1u);
-  mli_close(handle);
   CloseHandle(stop);
 }
 
-TEST_F(Mli, RegisterEventFailsKnobIsTheResultWithItsText) {
+TEST_F(MliChannel, RegisterEventFailsKnobIsTheResultWithItsText) {
   mli.Set(L"RegisterEventFails", 31);
   HANDLE stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  MLI_HANDLE handle = mli_open();
   EXPECT_EQ(mli_register_event(handle, 0, stop), 31);
-  EXPECT_EQ(Error(handle), "register event refused by driver");
+  EXPECT_EQ(Error(), "register event refused by driver");
   EXPECT_EQ(mli.Dword(L"EventsRegistered"), std::nullopt);
-  mli_close(handle);
   CloseHandle(stop);
 }
 
-TEST_F(Mli, ErrorTextIsCutToTheBuffer) {
+TEST_F(MliChannel, ErrorTextIsCutToTheBuffer) {
   mli.Set(L"RegisterEventFails", 1);
-  MLI_HANDLE handle = mli_open();
   mli_register_event(handle, 0, nullptr);
   char text[9] = "xxxxxxxx";
   EXPECT_EQ(mli_get_error(handle, text, sizeof text), 0);
   EXPECT_STREQ(text, "register");
-  mli_close(handle);
 }
 
-TEST_F(Mli, LaterCallsAreNotSimulatedYet) {
-  MLI_HANDLE handle = mli_open();
+TEST_F(MliChannel, LaterCallsAreNotSimulatedYet) {
   char buffer[8] = {};
   EXPECT_NE(mli_ifconfig(handle, buffer), 0);
-  EXPECT_EQ(Error(handle), "not simulated yet");
+  EXPECT_EQ(Error(), "not simulated yet");
   EXPECT_NE(mli_load_config(handle, buffer, sizeof buffer), 0);
-  EXPECT_EQ(Error(handle), "not simulated yet");
+  EXPECT_EQ(Error(), "not simulated yet");
   EXPECT_NE(mli_clear_config(handle), 0);
-  EXPECT_EQ(Error(handle), "not simulated yet");
+  EXPECT_EQ(Error(), "not simulated yet");
   EXPECT_NE(mli_flush_logs(handle), 0);
-  EXPECT_EQ(Error(handle), "not simulated yet");
-  mli_close(handle);
+  EXPECT_EQ(Error(), "not simulated yet");
 }
 
 }  // namespace
