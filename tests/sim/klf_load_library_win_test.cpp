@@ -1,6 +1,6 @@
 // The framework's library load behind a signature check.
 #include "build_outputs.h"
-#include "klf_agent_library.h"
+#include "klf_agent_library_win.h"
 #include "pe_file.h"
 #include "stand_in_key.h"
 

@@ -1,7 +1,7 @@
 // The framework's check of a file's embedded signature and signer, on real
 // Authenticode signatures made by the build.
 #include "build_outputs.h"
-#include "klf_agent_library.h"
+#include "klf_agent_library_win.h"
 #include "pe_file.h"
 #include "stand_in_key.h"
 

@@ -1,5 +1,5 @@
 // The framework's system call, answered by the stand-in from its knobs.
-#include "klf_agent_library.h"
+#include "klf_agent_library_win.h"
 #include "stand_in_key.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 // each test's own; its knobs and records are under that name.
 #include "build_outputs.h"
 #include "stand_in_key.h"
-#include "test_service.h"
+#include "test_service_win.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "test_service.h"
+#include "test_service_win.h"
 
 #include <atomic>
 
