@@ -16,16 +16,6 @@
 
 namespace {
 
-void LogFetchFailure(DWORD error) {
-  if (error == ERROR_INVALID_HANDLE) {
-    ZENT_LOG(6, L"FetchData failed: error=ERROR_INVALID_HANDLE\n");
-  } else if (error == ERROR_SUCCESS || error == ERROR_IO_PENDING) {
-    ZENT_LOG(6, L"FetchData failed: error=%d (0: ERROR_SUCCESS, 997: ERROR_IO_PENDING)\n", error);
-  } else {
-    ZENT_LOG(6, L"FetchData failed: error=%d\n", error);
-  }
-}
-
 void Dispatch(int pipeIndex, CommandHeader* header, std::string_view message) {
   switch (SelectPipeHandler(header->Command, s_Settings.s_bTestMode)) {
     case PipeHandler::PipeCmdNotify: PipeCmdNotify(pipeIndex, header, message); break;
@@ -53,7 +43,15 @@ DWORD WINAPI CmdProcessFn(LPVOID) {
     ULONG clientPid = 0;
     tmp.clear();
     if (!FetchData(g_Engine.pipes[index], tmp, &clientPid)) {
-      LogFetchFailure(GetLastError());
+      // An idle pipe comes this way on every turn.
+      DWORD error = GetLastError();
+      if (error == ERROR_INVALID_HANDLE) {
+        ZENT_LOG(6, L"FetchData failed: error=ERROR_INVALID_HANDLE\n");
+      } else if (error == ERROR_SUCCESS || error == ERROR_IO_PENDING) {
+        ZENT_LOG(6, L"FetchData failed: error=%d (0: ERROR_SUCCESS, 997: ERROR_IO_PENDING)\n", error);
+      } else {
+        ZENT_LOG(6, L"FetchData failed: error=%d\n", error);
+      }
       DropPipeBytes(reassembly, index);
       continue;
     }

@@ -20,14 +20,8 @@ namespace {
 const wchar_t kFrameworkName[] = L"klfAgent_64x";
 
 template <class Fn>
-bool Resolve(Fn& pointer, const char* name, const wchar_t* failure) {
-  FARPROC address = GetProcAddress(GetModuleHandleW(kFrameworkName), name);
-  if (address == nullptr) {
-    ZENT_LOG(1, L"%s\n", failure);
-    return false;
-  }
-  pointer = reinterpret_cast<Fn>(reinterpret_cast<void*>(address));
-  return true;
+Fn EntryPoint(const char* name) {
+  return reinterpret_cast<Fn>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(kFrameworkName), name)));
 }
 
 }  // namespace
@@ -71,12 +65,29 @@ bool UtilBRVN::Init() {
     ZENT_LOG(1, L"Unable to load %s.dll.\n", kFrameworkName);
     return false;
   }
-  return Resolve(klfCnt_SystemCall, "klfCnt_SystemCall", L"Unable to load klfCnt_SystemCall function.") &&
-         Resolve(klfCnt_Free, "klfCnt_Free", L"Unable to load klfCnt_Free function.") &&
-         Resolve(klfCnt_LoadLibraryWithSignCheck, "klfCnt_LoadLibraryWithSignCheck",
-                 L"Unable to load klfCnt_LoadLibraryWithSignCheck function.") &&
-         Resolve(klfCnt_VerifyEmbeddedSignatureAndSigner, "klfCnt_VerifyEmbeddedSignatureAndSigner",
-                 L"Unable to load klfCnt_VerifyEmbeddedSignatureAndSigner function.");
+  // The first entry point missing ends the set-up; those found stay set.
+  klfCnt_SystemCall = EntryPoint<klfCnt_SystemCall_t>("klfCnt_SystemCall");
+  if (klfCnt_SystemCall == nullptr) {
+    ZENT_LOG(1, L"Unable to load klfCnt_SystemCall function.\n");
+    return false;
+  }
+  klfCnt_Free = EntryPoint<klfCnt_Free_t>("klfCnt_Free");
+  if (klfCnt_Free == nullptr) {
+    ZENT_LOG(1, L"Unable to load klfCnt_Free function.\n");
+    return false;
+  }
+  klfCnt_LoadLibraryWithSignCheck = EntryPoint<klfCnt_LoadLibraryWithSignCheck_t>("klfCnt_LoadLibraryWithSignCheck");
+  if (klfCnt_LoadLibraryWithSignCheck == nullptr) {
+    ZENT_LOG(1, L"Unable to load klfCnt_LoadLibraryWithSignCheck function.\n");
+    return false;
+  }
+  klfCnt_VerifyEmbeddedSignatureAndSigner =
+      EntryPoint<klfCnt_VerifyEmbeddedSignatureAndSigner_t>("klfCnt_VerifyEmbeddedSignatureAndSigner");
+  if (klfCnt_VerifyEmbeddedSignatureAndSigner == nullptr) {
+    ZENT_LOG(1, L"Unable to load klfCnt_VerifyEmbeddedSignatureAndSigner function.\n");
+    return false;
+  }
+  return true;
 }
 
 HMODULE UtilBRVN::LoadLibraryWithSignCheck(const std::wstring& path) {

@@ -7,14 +7,6 @@
 #include "service/debug_log.h"
 #include "util/signer_name_win.h"
 
-namespace {
-
-std::wstring Fail(const std::wstring& path) {
-  ZENT_LOG(1, L"GetIssuer - Error is %x (%s).\n", GetLastError(), path);
-  return {};
-}
-
-}  // namespace
 
 std::wstring getSignerName(const std::wstring& path) {
   HCERTSTORE store = nullptr;
@@ -23,7 +15,8 @@ std::wstring getSignerName(const std::wstring& path) {
   if (!CryptQueryObject(CERT_QUERY_OBJECT_FILE, path.c_str(), CERT_QUERY_CONTENT_FLAG_PKCS7_SIGNED_EMBED,
                         CERT_QUERY_FORMAT_FLAG_BINARY, 0, &encoding, &contentType, &formatType, &store, &message,
                         nullptr)) {
-    return Fail(path);
+    ZENT_LOG(1, L"GetIssuer - Error is %x (%s).\n", GetLastError(), path);
+    return {};
   }
   std::wstring name;
   DWORD size = 0;
@@ -49,6 +42,6 @@ std::wstring getSignerName(const std::wstring& path) {
   if (signer != nullptr) CertFreeCertificateContext(signer);
   CryptMsgClose(message);
   CertCloseStore(store, 0);
-  if (name.empty()) return Fail(path);
+  if (name.empty()) ZENT_LOG(1, L"GetIssuer - Error is %x (%s).\n", GetLastError(), path);
   return name;
 }
