@@ -1,6 +1,5 @@
 #include "pipe_client_win.h"
 
-#include "command_header.h"
 #include "message_pieces.h"
 
 namespace zentctl {
@@ -92,7 +91,7 @@ ReadOutcome ReadReply(PipeConnection& c, uint32_t timeoutMs, std::string& reply)
   reply.clear();
   ULONGLONG deadline = GetTickCount64() + timeoutMs;
   bool messageEnded = false;
-  while (reply.size() < kHeaderSize || !messageEnded) {
+  while (!messageEnded) {
     ULONGLONG now = GetTickCount64();
     DWORD left = now < deadline ? static_cast<DWORD>(deadline - now) : 0;
     char buffer[kPipePieceSize];

@@ -29,7 +29,7 @@ bool WritePieces(PipeConnection& connection, std::string_view message, const std
 
 enum class ReadOutcome { Complete, TimedOut, Broken };
 
-// Reads until at least 36 bytes and a whole pipe message have come.
+// Reads one whole pipe message: the agent writes each reply in one piece.
 ReadOutcome ReadReply(PipeConnection& connection, uint32_t timeoutMs, std::string& reply);
 
 }  // namespace zentctl
