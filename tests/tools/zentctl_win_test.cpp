@@ -60,19 +60,18 @@ struct Served {
   bool clientLeft = false;            // the last client closed its end
 };
 
-// Reads bytesPerRound bytes and answers with reply, rounds times.
-Script Answering(size_t bytesPerRound, std::string reply, int rounds = 1) {
-  Script script;
-  script.bytesPerRound = bytesPerRound;
-  script.reply = std::move(reply);
-  script.rounds = rounds;
-  return script;
-}
-
 // Reads bytes and never answers.
 Script Silent(size_t bytes) {
   Script script;
   script.bytesPerRound = bytes;
+  return script;
+}
+
+// Reads bytesPerRound bytes and answers with reply, rounds times.
+Script Answering(size_t bytesPerRound, std::string reply, int rounds = 1) {
+  Script script = Silent(bytesPerRound);
+  script.reply = std::move(reply);
+  script.rounds = rounds;
   return script;
 }
 
