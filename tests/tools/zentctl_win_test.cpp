@@ -52,12 +52,15 @@ struct Script {
   std::optional<std::string> reply;   // written as one message after each round
   bool dropAfterReading = false;      // disconnect instead of answering
   int clients = 1;                    // clients to accept one after the other
+  DWORD stallMs = 0;                  // wait this long after accepting before reading
 };
 
 struct Served {
   std::vector<std::string> messages;  // each pipe message as it arrived
+  std::vector<ULONGLONG> arrivedAt;   // GetTickCount64 when each was read
   int clientsAccepted = 0;
   bool clientLeft = false;            // the last client closed its end
+  ULONGLONG leftAt = 0;               // when that was seen
 };
 
 // Reads bytes and never answers.
@@ -93,6 +96,7 @@ void Serve(HANDLE pipe, const Script& script, Served& served) {
   for (int client = 0; client < script.clients; ++client) {
     if (!AcceptClient(pipe, kWait)) return;
     ++served.clientsAccepted;
+    Sleep(script.stallMs);
     for (int round = 0; round < script.rounds; ++round) {
       size_t got = 0;
       while (got < script.bytesPerRound) {
@@ -100,6 +104,7 @@ void Serve(HANDLE pipe, const Script& script, Served& served) {
         if (!read.message) return;
         got += read.message->size();
         served.messages.push_back(*read.message);
+        served.arrivedAt.push_back(GetTickCount64());
       }
       if (script.dropAfterReading) {
         DisconnectNamedPipe(pipe);
@@ -109,6 +114,7 @@ void Serve(HANDLE pipe, const Script& script, Served& served) {
     }
     PipeRead last = ReadMessage(pipe, kWait);
     served.clientLeft = last.clientLeft;
+    served.leftAt = GetTickCount64();
     DisconnectNamedPipe(pipe);
   }
 }
@@ -273,6 +279,29 @@ TEST(ZentctlOnThePipe, NoReplyOptionSendsAndClosesWithZero) {
   EXPECT_EQ(x.run.exitCode, 0u) << x.run.err;
   EXPECT_EQ(x.served.messages.size(), 1u);
   EXPECT_TRUE(x.served.clientLeft);
+}
+
+TEST(ZentctlOnThePipe, GapPausesBetweenPieces) {
+  Exchange x = RunAgainstServer(L"gap", Answering(36, Success()), L"send notify --pieces 10 --gap 300");
+  ASSERT_EQ(x.served.arrivedAt.size(), 2u);
+  EXPECT_GE(x.served.arrivedAt[1] - x.served.arrivedAt[0], 250u);
+}
+
+TEST(ZentctlOnThePipe, HoldKeepsTheConnectionOpenAfterWriting) {
+  Exchange x = RunAgainstServer(L"hold", Silent(36), L"send notify --no-reply --hold 600");
+  EXPECT_EQ(x.run.exitCode, 0u) << x.run.err;
+  ASSERT_EQ(x.served.arrivedAt.size(), 1u);
+  EXPECT_TRUE(x.served.clientLeft);
+  EXPECT_GE(x.served.leftAt - x.served.arrivedAt[0], 500u);
+}
+
+TEST(ZentctlOnThePipe, AWriteThatNobodyReadsTimesOutWithFive) {
+  Script stalled = Silent(20036);
+  stalled.stallMs = 1500;
+  Exchange x = RunAgainstServer(L"stalled", stalled,
+                                L"send multi --timeout 500 --data " + Wide(WriteTempFile(std::string(20000, 'x'))));
+  EXPECT_EQ(x.run.exitCode, 5u);
+  EXPECT_EQ(x.run.err.rfind("zentctl: writing piece ", 0), 0u) << x.run.err;
 }
 
 TEST(ZentctlOnThePipe, ServerClosingBeforeAReplyExitsWithFive) {
