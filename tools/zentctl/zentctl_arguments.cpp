@@ -21,12 +21,12 @@ constexpr NamedCommand kNamedCommands[] = {
     {"get-metadata", 106},   {"multi", 107},
 };
 
-struct OptionSpec {
+struct KnownOption {
   std::string_view name;
   bool takesValue;
 };
 
-constexpr OptionSpec kOptions[] = {
+constexpr KnownOption kOptions[] = {
     {"data", true},  {"request-id", true}, {"timeout", true},  {"pipe", true},  {"raw", false},
     {"pieces", true}, {"gap", true},        {"hex", false},     {"no-reply", false}, {"hold", true},
     {"count", true}, {"connect-cycles", true},
@@ -178,31 +178,31 @@ ParsedArguments ParseZentctlArguments(const std::vector<std::string>& args) {
     }
     size_t equals = arg.find('=');
     std::string_view name = std::string_view(arg).substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-    auto spec = std::find_if(std::begin(kOptions), std::end(kOptions),
-                             [&](const OptionSpec& s) { return s.name == name; });
-    if (spec == std::end(kOptions)) {
+    auto known = std::find_if(std::begin(kOptions), std::end(kOptions),
+                             [&](const KnownOption& s) { return s.name == name; });
+    if (known == std::end(kOptions)) {
       parsed.error = "unknown option '" + arg + "'";
       return parsed;
     }
-    if (!given.insert(spec->name).second) {
+    if (!given.insert(known->name).second) {
       parsed.error = "--" + std::string(name) + " is given twice";
       return parsed;
     }
     std::string value;
     if (equals != std::string::npos) {
-      if (!spec->takesValue) {
+      if (!known->takesValue) {
         parsed.error = "--" + std::string(name) + " takes no value";
         return parsed;
       }
       value = arg.substr(equals + 1);
-    } else if (spec->takesValue) {
+    } else if (known->takesValue) {
       if (i + 1 == args.size()) {
         parsed.error = "--" + std::string(name) + " needs a value";
         return parsed;
       }
       value = args[++i];
     }
-    parsed.error = ApplyOption(spec->name, value, o);
+    parsed.error = ApplyOption(known->name, value, o);
     if (!parsed.error.empty()) return parsed;
   }
   parsed.error = CheckCombinations(given, words, o);
