@@ -40,8 +40,8 @@ ChildRun RunChild(const std::wstring& program, const std::wstring& arguments, co
   startup.hStdError = errWrite;
   PROCESS_INFORMATION process = {};
   std::wstring commandLine = L"\"" + program + L"\" " + arguments;
-  BOOL started = CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                                &process);
+  BOOL started =
+      CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
   DWORD startError = GetLastError();
   CloseHandle(inRead);
   CloseHandle(outWrite);

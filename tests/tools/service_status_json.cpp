@@ -37,8 +37,8 @@ std::string ServiceStatusJson(const std::string& name, const ServiceStatusRecord
          Member("serviceType", s.serviceType) + Member("currentState", s.currentState) +
          Member("controlsAccepted", s.controlsAccepted) + Member("win32ExitCode", s.win32ExitCode) +
          Member("serviceSpecificExitCode", s.serviceSpecificExitCode) + Member("checkPoint", s.checkPoint) +
-         Member("waitHint", s.waitHint) + Member("processId", s.processId) +
-         Member("serviceFlags", s.serviceFlags) + "}";
+         Member("waitHint", s.waitHint) + Member("processId", s.processId) + Member("serviceFlags", s.serviceFlags) +
+         "}";
 }
 
 std::string ServiceErrorJson(const std::string& name, uint32_t error) {

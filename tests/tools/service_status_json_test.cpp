@@ -22,7 +22,7 @@ TEST(ServiceStatusJson, PrintsEveryFieldAndTheStatesName) {
 }
 
 TEST(ServiceStatusJson, EveryStateHasItsName) {
-  const char* names[] = {"STOPPED", "START_PENDING", "STOP_PENDING", "RUNNING",
+  const char* names[] = {"STOPPED",          "START_PENDING", "STOP_PENDING", "RUNNING",
                          "CONTINUE_PENDING", "PAUSE_PENDING", "PAUSED"};
   for (uint32_t state = 1; state <= 7; ++state) {
     ServiceStatusRecord status;

@@ -43,15 +43,21 @@ int wmain(int argc, wchar_t** argv) {
   }
   SERVICE_STATUS_PROCESS status = {};
   DWORD needed = 0;
-  BOOL queried = QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status),
-                                      sizeof status, &needed);
+  BOOL queried =
+      QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof status, &needed);
   DWORD error = GetLastError();
   CloseServiceHandle(service);
   CloseServiceHandle(manager);
   if (!queried) return PrintError(name, error);
-  ServiceStatusRecord record = {status.dwServiceType,    status.dwCurrentState,         status.dwControlsAccepted,
-                                status.dwWin32ExitCode,  status.dwServiceSpecificExitCode, status.dwCheckPoint,
-                                status.dwWaitHint,       status.dwProcessId,            status.dwServiceFlags};
+  ServiceStatusRecord record = {status.dwServiceType,
+                                status.dwCurrentState,
+                                status.dwControlsAccepted,
+                                status.dwWin32ExitCode,
+                                status.dwServiceSpecificExitCode,
+                                status.dwCheckPoint,
+                                status.dwWaitHint,
+                                status.dwProcessId,
+                                status.dwServiceFlags};
   std::printf("%s\n", ServiceStatusJson(name, record).c_str());
   return 0;
 }

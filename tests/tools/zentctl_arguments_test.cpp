@@ -9,8 +9,8 @@
 namespace {
 
 using zentctl::Action;
-using zentctl::ParseZentctlArguments;
 using zentctl::ParsedArguments;
+using zentctl::ParseZentctlArguments;
 using Args = std::vector<std::string>;
 
 const std::string kAgentPipe = "\\\\.\\pipe\\BIPC_ZENTAGENT_PIPE_7C2D91AE_4F06_4b1d_8E35_A1C06D2F7B44";
@@ -47,9 +47,8 @@ TEST(ZentctlArguments, SendPingTakesTheDefaults) {
 
 TEST(ZentctlArguments, CommandNamesStandForTheAgentsNumbers) {
   const std::pair<std::string, uint32_t> names[] = {
-      {"notify", 1},          {"stop", 3},            {"ping", 101},          {"http", 102},
-      {"set-config", 103},    {"set-raw-config", 104}, {"clear-config", 105}, {"get-metadata", 106},
-      {"multi", 107},
+      {"notify", 1},           {"stop", 3},           {"ping", 101},         {"http", 102},  {"set-config", 103},
+      {"set-raw-config", 104}, {"clear-config", 105}, {"get-metadata", 106}, {"multi", 107},
   };
   for (const auto& [name, number] : names) {
     ParsedArguments parsed = ParseZentctlArguments({"send", name});
@@ -125,8 +124,7 @@ TEST(ZentctlArguments, AFullPipePathIsKept) {
 }
 
 TEST(ZentctlArguments, PiecesAreSizesSeparatedByCommas) {
-  EXPECT_EQ(ParseZentctlArguments({"send", "ping", "--pieces", "10,26"}).options.pieces,
-            (std::vector<size_t>{10, 26}));
+  EXPECT_EQ(ParseZentctlArguments({"send", "ping", "--pieces", "10,26"}).options.pieces, (std::vector<size_t>{10, 26}));
   EXPECT_EQ(ParseZentctlArguments({"send", "ping", "--pieces=5000"}).options.pieces, (std::vector<size_t>{5000}));
 }
 
@@ -171,15 +169,15 @@ TEST(ZentctlArguments, ConnectCyclesStandsWithoutSend) {
 TEST(ZentctlArguments, ConnectCyclesRefusesWhatWouldSendSomething) {
   EXPECT_EQ(ErrorOf({"send", "ping", "--connect-cycles", "5"}),
             "--connect-cycles sends nothing, so 'send' does not go with it");
-  EXPECT_EQ(ErrorOf({"--connect-cycles", "5", "--hex"}), "--connect-cycles sends nothing, so --hex does not go with it");
+  EXPECT_EQ(ErrorOf({"--connect-cycles", "5", "--hex"}),
+            "--connect-cycles sends nothing, so --hex does not go with it");
 }
 
 TEST(ZentctlArguments, CountsAndTimeOutsStartAtOne) {
   EXPECT_EQ(ErrorOf({"send", "ping", "--count", "0"}), "--count takes a whole number from 1 to 4294967295, not '0'");
   EXPECT_EQ(ErrorOf({"send", "ping", "--timeout", "0"}),
             "--timeout takes a whole number from 1 to 4294967295, not '0'");
-  EXPECT_EQ(ErrorOf({"--connect-cycles", "0"}),
-            "--connect-cycles takes a whole number from 1 to 4294967295, not '0'");
+  EXPECT_EQ(ErrorOf({"--connect-cycles", "0"}), "--connect-cycles takes a whole number from 1 to 4294967295, not '0'");
 }
 
 TEST(ZentctlArguments, NumbersAreDecimalDigitsOnly) {

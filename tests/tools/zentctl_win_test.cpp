@@ -47,20 +47,20 @@ std::string Success(uint32_t requestIdByte = 1) { return Reply(requestIdByte, By
 
 // What the test's server does with its clients.
 struct Script {
-  size_t bytesPerRound = 0;           // read messages until this many bytes came
-  int rounds = 1;                     // times to read and answer
-  std::optional<std::string> reply;   // written as one message after each round
-  bool dropAfterReading = false;      // disconnect instead of answering
-  int clients = 1;                    // clients to accept one after the other
-  DWORD stallMs = 0;                  // wait this long after accepting before reading
+  size_t bytesPerRound = 0;          // read messages until this many bytes came
+  int rounds = 1;                    // times to read and answer
+  std::optional<std::string> reply;  // written as one message after each round
+  bool dropAfterReading = false;     // disconnect instead of answering
+  int clients = 1;                   // clients to accept one after the other
+  DWORD stallMs = 0;                 // wait this long after accepting before reading
 };
 
 struct Served {
   std::vector<std::string> messages;  // each pipe message as it arrived
   std::vector<ULONGLONG> arrivedAt;   // GetTickCount64 when each was read
   int clientsAccepted = 0;
-  bool clientLeft = false;            // the last client closed its end
-  ULONGLONG leftAt = 0;               // when that was seen
+  bool clientLeft = false;  // the last client closed its end
+  ULONGLONG leftAt = 0;     // when that was seen
 };
 
 // Reads bytes and never answers.
@@ -159,8 +159,7 @@ ULONGLONG Ticks(const SYSTEMTIME& time) {
 TEST(ZentctlOnThePipe, NotifyArrivesAsOneHeaderMessage) {
   SYSTEMTIME before;
   GetSystemTime(&before);
-  Exchange x = RunAgainstServer(L"notify", Answering(36, Success(7)),
-                                L"send notify --request-id 7");
+  Exchange x = RunAgainstServer(L"notify", Answering(36, Success(7)), L"send notify --request-id 7");
   ASSERT_EQ(x.served.messages.size(), 1u);
   const std::string& message = x.served.messages[0];
   ASSERT_EQ(message.size(), 36u);
@@ -175,8 +174,7 @@ TEST(ZentctlOnThePipe, NotifyArrivesAsOneHeaderMessage) {
 }
 
 TEST(ZentctlOnThePipe, PrintsTheReplysFieldsOneALine) {
-  Exchange x = RunAgainstServer(L"print", Answering(36, Success(42)),
-                                L"send ping --request-id 42");
+  Exchange x = RunAgainstServer(L"print", Answering(36, Success(42)), L"send ping --request-id 42");
   EXPECT_EQ(x.run.exitCode, 0u) << x.run.err;
   EXPECT_EQ(x.run.out,
             "Magic:      QTNZ\n"
@@ -189,8 +187,8 @@ TEST(ZentctlOnThePipe, PrintsTheReplysFieldsOneALine) {
 
 TEST(ZentctlOnThePipe, AFailedResultIsPrintedAndStillExitsZero) {
   // 201512006 is 0x0C02D446.
-  Exchange x = RunAgainstServer(L"result", Answering(36, Reply(1, Bytes({0x46, 0xD4, 0x02, 0x0C}))),
-                                L"send clear-config --hex");
+  Exchange x =
+      RunAgainstServer(L"result", Answering(36, Reply(1, Bytes({0x46, 0xD4, 0x02, 0x0C}))), L"send clear-config --hex");
   EXPECT_EQ(x.run.exitCode, 0u) << x.run.err;
   EXPECT_NE(x.run.out.find("Result:     201512006\n"), std::string::npos) << x.run.out;
   EXPECT_NE(x.run.out.find("Hex:        51 54 4e 5a 00 00 00 00 01 00 00 00 46 d4 02 0c 00 00 00 00 "
@@ -216,8 +214,7 @@ TEST(ZentctlOnThePipe, TenThousandByteMessageArrivesInPiecesOfAtMost4096) {
 }
 
 TEST(ZentctlOnThePipe, ExplicitPiecesArriveAsTheirOwnMessages) {
-  Exchange x = RunAgainstServer(L"pieces", Answering(36, Success()),
-                                L"send notify --pieces 10,26 --gap 20");
+  Exchange x = RunAgainstServer(L"pieces", Answering(36, Success()), L"send notify --pieces 10,26 --gap 20");
   ASSERT_EQ(x.served.messages.size(), 2u);
   EXPECT_EQ(x.served.messages[0], "QTNZ" + Bytes({1, 0, 0, 0, 1, 0}));
   EXPECT_EQ(x.served.messages[1].size(), 26u);
@@ -233,8 +230,7 @@ TEST(ZentctlOnThePipe, AnExplicitPieceLargerThanTheBufferStaysOneMessage) {
 }
 
 TEST(ZentctlOnThePipe, SelfProtectionOnCarriesItsJson) {
-  Exchange x = RunAgainstServer(L"selfprot", Answering(49, Success()),
-                                L"send self-protection on");
+  Exchange x = RunAgainstServer(L"selfprot", Answering(49, Success()), L"send self-protection on");
   ASSERT_EQ(x.served.messages.size(), 1u);
   const std::string& message = x.served.messages[0];
   EXPECT_EQ(message.substr(4, 4), Bytes({2, 0, 0, 0}));
@@ -243,23 +239,21 @@ TEST(ZentctlOnThePipe, SelfProtectionOnCarriesItsJson) {
 }
 
 TEST(ZentctlOnThePipe, RawDataIsTheWholeMessage) {
-  Exchange x = RunAgainstServer(L"raw", Answering(5, Success()),
-                                L"send --raw --data " + Wide(WriteTempFile("QTNZ!")));
+  Exchange x = RunAgainstServer(L"raw", Answering(5, Success()), L"send --raw --data " + Wide(WriteTempFile("QTNZ!")));
   ASSERT_EQ(x.served.messages.size(), 1u);
   EXPECT_EQ(x.served.messages[0], "QTNZ!");
   EXPECT_EQ(x.run.exitCode, 0u) << x.run.err;
 }
 
 TEST(ZentctlOnThePipe, DataComesFromStandardInputForADash) {
-  Exchange x = RunAgainstServer(L"stdin", Answering(36 + 5, Success()),
-                                L"send http --data -", std::string("GET\r\n", 5));
+  Exchange x =
+      RunAgainstServer(L"stdin", Answering(36 + 5, Success()), L"send http --data -", std::string("GET\r\n", 5));
   ASSERT_EQ(x.served.messages.size(), 1u);
   EXPECT_EQ(x.served.messages[0].substr(36), std::string("GET\r\n", 5));
 }
 
 TEST(ZentctlOnThePipe, CountSendsOnOneConnectionAndPrintsRoundTrips) {
-  Exchange x = RunAgainstServer(L"count", Answering(36, Success(), 5),
-                                L"send ping --count 5");
+  Exchange x = RunAgainstServer(L"count", Answering(36, Success(), 5), L"send ping --count 5");
   EXPECT_EQ(x.run.exitCode, 0u) << x.run.err;
   EXPECT_EQ(x.served.clientsAccepted, 1);
   EXPECT_EQ(x.served.messages.size(), 5u);
@@ -310,8 +304,7 @@ TEST(ZentctlOnThePipe, ServerClosingBeforeAReplyExitsWithFive) {
 }
 
 TEST(ZentctlOnThePipe, AReplyThatIsNoHeaderExitsWithSix) {
-  Exchange x = RunAgainstServer(L"short", Answering(36, std::string("QTNZ\0\0\0\0", 8)),
-                                L"send ping --timeout 2000");
+  Exchange x = RunAgainstServer(L"short", Answering(36, std::string("QTNZ\0\0\0\0", 8)), L"send ping --timeout 2000");
   EXPECT_EQ(x.run.exitCode, 6u);
   EXPECT_EQ(x.run.out, "Reply of 8 bytes is not a 36-byte header:\n51 54 4e 5a 00 00 00 00\n");
 }

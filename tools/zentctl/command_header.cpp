@@ -44,7 +44,8 @@ std::optional<CommandHeader> DecodeCommandHeader(std::string_view bytes) {
   header.Result = GetU32(bytes, 12);
   header.DataLength = GetU32(bytes, 16);
   SystemTime& t = header.Time;
-  uint16_t* fields[] = {&t.wYear, &t.wMonth, &t.wDayOfWeek, &t.wDay, &t.wHour, &t.wMinute, &t.wSecond, &t.wMilliseconds};
+  uint16_t* fields[] = {&t.wYear, &t.wMonth,  &t.wDayOfWeek, &t.wDay,
+                        &t.wHour, &t.wMinute, &t.wSecond,    &t.wMilliseconds};
   size_t at = 20;
   for (uint16_t* field : fields) {
     *field = GetU16(bytes, at);

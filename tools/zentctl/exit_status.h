@@ -5,7 +5,7 @@
 namespace zentctl {
 
 enum ExitStatus : int {
-  kExitSuccess = 0,          // a reply came, whatever its Result; or --no-reply, --connect-cycles done
+  kExitSuccess = 0,           // a reply came, whatever its Result; or --no-reply, --connect-cycles done
   kExitUsage = 2,             // bad arguments, or the data cannot be read
   kExitCannotConnect = 3,     // no pipe, or every instance stayed busy for the time-out
   kExitNoReply = 4,           // nothing came back within the time-out

@@ -6,7 +6,9 @@ namespace zentctl {
 
 namespace {
 
-std::string WindowsError(const char* what, DWORD error) { return std::string(what) + " failed, error " + std::to_string(error); }
+std::string WindowsError(const char* what, DWORD error) {
+  return std::string(what) + " failed, error " + std::to_string(error);
+}
 
 // Finishes one overlapped operation within the time-out. A late operation is
 // cancelled and waited for, since its buffer is the caller's.
@@ -38,7 +40,8 @@ bool ConnectToPipe(const std::wstring& path, uint32_t timeoutMs, PipeConnection&
     DWORD error = GetLastError();
     ULONGLONG now = GetTickCount64();
     if (error != ERROR_PIPE_BUSY) {
-      c.error = error == ERROR_FILE_NOT_FOUND ? "no such pipe; is the agent running?" : WindowsError("CreateFile", error);
+      c.error =
+          error == ERROR_FILE_NOT_FOUND ? "no such pipe; is the agent running?" : WindowsError("CreateFile", error);
       return false;
     }
     if (now >= deadline || !WaitNamedPipeW(path.c_str(), static_cast<DWORD>(deadline - now))) {

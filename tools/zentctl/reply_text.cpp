@@ -33,12 +33,10 @@ std::string FormatReply(const CommandHeader& reply) {
   char time[64];
   std::snprintf(time, sizeof time, "%04u-%02u-%02u %02u:%02u:%02u.%03u UTC", t.wYear, t.wMonth, t.wDay, t.wHour,
                 t.wMinute, t.wSecond, t.wMilliseconds);
-  return "Magic:      " + MagicText(reply.Magic) + "\n" +
-         "Command:    " + std::to_string(reply.Command) + "\n" +
-         "RequestId:  " + std::to_string(reply.RequestId) + "\n" +
-         "Result:     " + std::to_string(reply.Result) + "\n" +
-         "DataLength: " + std::to_string(reply.DataLength) + "\n" +
-         "Time:       " + time + " (" + DayName(t.wDayOfWeek) + ")\n";
+  return "Magic:      " + MagicText(reply.Magic) + "\n" + "Command:    " + std::to_string(reply.Command) + "\n" +
+         "RequestId:  " + std::to_string(reply.RequestId) + "\n" + "Result:     " + std::to_string(reply.Result) +
+         "\n" + "DataLength: " + std::to_string(reply.DataLength) + "\n" + "Time:       " + time + " (" +
+         DayName(t.wDayOfWeek) + ")\n";
 }
 
 std::string FormatHex(std::string_view bytes) {

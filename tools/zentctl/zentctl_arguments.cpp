@@ -16,9 +16,8 @@ struct NamedCommand {
 
 // The agent's command numbers, under the names its engineers use for them.
 constexpr NamedCommand kNamedCommands[] = {
-    {"notify", 1},           {"self-protection", 2}, {"stop", 3},          {"ping", 101},
-    {"http", 102},           {"set-config", 103},    {"set-raw-config", 104}, {"clear-config", 105},
-    {"get-metadata", 106},   {"multi", 107},
+    {"notify", 1},       {"self-protection", 2},  {"stop", 3},           {"ping", 101},         {"http", 102},
+    {"set-config", 103}, {"set-raw-config", 104}, {"clear-config", 105}, {"get-metadata", 106}, {"multi", 107},
 };
 
 struct KnownOption {
@@ -27,9 +26,9 @@ struct KnownOption {
 };
 
 constexpr KnownOption kOptions[] = {
-    {"data", true},  {"request-id", true}, {"timeout", true},  {"pipe", true},  {"raw", false},
-    {"pieces", true}, {"gap", true},        {"hex", false},     {"no-reply", false}, {"hold", true},
-    {"count", true}, {"connect-cycles", true},
+    {"data", true},      {"request-id", true}, {"timeout", true}, {"pipe", true},
+    {"raw", false},      {"pieces", true},     {"gap", true},     {"hex", false},
+    {"no-reply", false}, {"hold", true},       {"count", true},   {"connect-cycles", true},
 };
 
 // The only options that go with --connect-cycles: it sends nothing.
@@ -54,8 +53,8 @@ std::string ApplyNumber(std::string_view option, std::string_view text, uint32_t
 }
 
 std::string ApplyPieces(std::string_view text, std::vector<size_t>& into) {
-  const std::string bad = "--pieces takes sizes of at least 1 byte separated by commas, as 10,26, not '" +
-                          std::string(text) + "'";
+  const std::string bad =
+      "--pieces takes sizes of at least 1 byte separated by commas, as 10,26, not '" + std::string(text) + "'";
   size_t start = 0;
   while (true) {
     size_t comma = text.find(',', start);
@@ -177,9 +176,10 @@ ParsedArguments ParseZentctlArguments(const std::vector<std::string>& args) {
       return parsed;
     }
     size_t equals = arg.find('=');
-    std::string_view name = std::string_view(arg).substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
-    auto known = std::find_if(std::begin(kOptions), std::end(kOptions),
-                             [&](const KnownOption& s) { return s.name == name; });
+    std::string_view name =
+        std::string_view(arg).substr(2, equals == std::string::npos ? std::string::npos : equals - 2);
+    auto known =
+        std::find_if(std::begin(kOptions), std::end(kOptions), [&](const KnownOption& s) { return s.name == name; });
     if (known == std::end(kOptions)) {
       parsed.error = "unknown option '" + arg + "'";
       return parsed;

@@ -24,8 +24,8 @@ enum class Action {
 
 struct ZentctlOptions {
   Action action = Action::ShowUsage;
-  std::string pipePath;  // full path, "\\.\pipe\..."
-  uint32_t command = 0;  // unused with raw
+  std::string pipePath;                    // full path, "\\.\pipe\..."
+  uint32_t command = 0;                    // unused with raw
   std::optional<std::string> builtinData;  // the data a command name implies
   std::optional<std::string> dataFile;     // "-" is standard input
   uint32_t requestId = kDefaultRequestId;

@@ -76,7 +76,8 @@ int RunConnectCycles(const ZentctlOptions& o) {
   for (uint32_t i = 0; i < o.connectCycles; ++i) {
     PipeConnection connection;
     if (!ConnectToPipe(ToWide(o.pipePath), o.timeoutMs, connection))
-      return Fail(kExitCannotConnect, "connection " + std::to_string(i + 1) + " to " + o.pipePath + ": " + connection.error);
+      return Fail(kExitCannotConnect,
+                  "connection " + std::to_string(i + 1) + " to " + o.pipePath + ": " + connection.error);
     ClosePipe(connection);
   }
   std::printf("Connected and disconnected %u times.\n", o.connectCycles);
