@@ -1,0 +1,59 @@
+"""Windows programs under Wine, with their whole 32-bit exit code.
+
+Wine hands a Windows process's exit code to Linux cut to 8 bits (201512003
+arrives as 67, -1 as 255). So every program runs under exitcode.exe, which
+launches it with CreateProcess and writes GetExitCodeProcess to a file."""
+import dataclasses
+import os
+import subprocess
+import tempfile
+
+from .paths import WINE_RUN, build_file, windows_path
+from .session import keep_session
+
+
+@dataclasses.dataclass
+class WindowsRun:
+    exit_code: int  # signed, as the suite reads it: -1, not 4294967295
+    stdout: str
+    stderr: str
+
+    @property
+    def exit_code_unsigned(self):
+        return self.exit_code & 0xFFFFFFFF
+
+
+def signed32(value):
+    value &= 0xFFFFFFFF
+    return value - (1 << 32) if value & 0x80000000 else value
+
+
+def run(args, *, input=None, env=None, timeout=120, encoding="utf-8"):
+    """Runs a Windows program in the project's prefix and returns a WindowsRun.
+
+    args[0] is a program Windows finds ("reg", "cmd") or a Linux path to an
+    executable, which is translated; the other arguments go as they are (use
+    windows_path for files). input is bytes or text for standard input; env
+    adds variables; output is decoded with encoding (Wine's own programs print
+    in the console's code page)."""
+    keep_session()
+    program = args[0]
+    if os.path.isabs(program) and os.path.exists(program):
+        program = windows_path(program)
+    if isinstance(input, str):
+        input = input.encode(encoding)
+    with tempfile.TemporaryDirectory(prefix="zent-exitcode-") as folder:
+        result = os.path.join(folder, "exit_code")
+        command = [str(WINE_RUN), build_file("tests/tools/exitcode.exe"), windows_path(result), program,
+                   *[str(a) for a in args[1:]]]
+        stdin = {"input": input} if input is not None else {"stdin": subprocess.DEVNULL}
+        done = subprocess.run(command, **stdin, capture_output=True, timeout=timeout,
+                              env={**os.environ, **(env or {})})
+        stdout = done.stdout.decode(encoding, errors="replace")
+        stderr = done.stderr.decode(encoding, errors="replace")
+        try:
+            with open(result) as f:
+                code = int(f.read())
+        except (OSError, ValueError):
+            raise RuntimeError(f"{args[0]} did not run (exit status {done.returncode}): {stderr}") from None
+    return WindowsRun(signed32(code), stdout, stderr)

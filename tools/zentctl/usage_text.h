@@ -1,0 +1,8 @@
+// zentctl --help.
+#pragma once
+
+namespace zentctl {
+
+extern const char kUsageText[];
+
+}  // namespace zentctl
