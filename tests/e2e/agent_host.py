@@ -1,0 +1,154 @@
+"""The agent installed as a Windows service in the project's Wine prefix,
+beside the stand-ins of the suite framework, the driver and the driver's
+service, with helpers to drive it and read what it did."""
+import os
+import re
+import shutil
+import struct
+import time
+from dataclasses import dataclass
+
+from winehost import (build_file, create_service, delete_key, delete_service, query_service, run, set_value,
+                      start_service, stop_service, unix_path, wait_for_state, write_ini)
+
+SUITE_KEY = r"HKLM\SOFTWARE\Wow6432Node\Halvane\BrevonNTCorp\CurrentVersion"
+SIM_KEY = r"HKLM\SOFTWARE\ZentSim"
+INSTALL_DIR = r"C:\ZentE2e"
+SERVICE = "ZentAgent"
+DRIVER_SERVICE = "mlfilter"
+PIPE_FILES = ("ZentAgent.exe", "klfAgent_64x.dll", "mli.dll")
+BUILT = {
+    "ZentAgent.exe": "src/mla/apps/zentagent/ZentAgent.exe",
+    "klfAgent_64x.dll": "sim/klfagent/klfAgent_64x.dll",
+    "mli.dll": "sim/mli/mli.dll",
+    "mlfilter.exe": "sim/mlfilter/mlfilter.exe",
+}
+# A line of the debug log file: stamp, prefix, message.
+LINE = re.compile(r"^(\d{4}:\d{2}:\d{2}-\d{2}:\d{2}:\d{2}:\d{3}) \[([ 0-9A-F]{4,8})\]\[ZTENG\]\[(\w+):(\d+)\] (.*)$")
+
+
+@dataclass
+class Reply:
+    exit_code: int
+    stdout: str
+    raw: bytes  # the reply's 36 bytes, empty when none came
+
+    @property
+    def result(self):
+        return struct.unpack_from("<I", self.raw, 12)[0]
+
+
+class AgentHost:
+    """One installation of the agent, in a folder of its own."""
+
+    def __init__(self):
+        self.dir = unix_path(INSTALL_DIR)
+
+    # --- installation -------------------------------------------------------------
+
+    def install(self, settings=None, files=PIPE_FILES):
+        self.remove()
+        os.makedirs(os.path.join(self.dir, "config"))
+        for name in files:
+            shutil.copy(build_file(BUILT[name]), os.path.join(self.dir, name))
+        shutil.copy(build_file(BUILT["mlfilter.exe"]), os.path.join(self.dir, "mlfilter.exe"))
+        if settings is not None:
+            self.write_settings(settings)
+        set_value(SUITE_KEY, "Application Path", r"C:\Program Files\Halvane\Suite")
+        delete_key(SIM_KEY, missing_ok=True)
+        create_service(DRIVER_SERVICE, INSTALL_DIR + r"\mlfilter.exe")
+        create_service(SERVICE, f'"{INSTALL_DIR}\\ZentAgent.exe" -service', display_name="Halvane Zent Service (Agent)")
+
+    def write_settings(self, sections):
+        write_ini(self.ini, sections)
+
+    def remove(self):
+        for name in (SERVICE, DRIVER_SERVICE):
+            status = query_service(name)
+            if status is None:
+                continue
+            if status.state != "STOPPED":
+                if not status.accepts_stop:
+                    # Self-protection keeps the stop control away: the
+                    # suite's engineers turn it off over the pipe.
+                    self.send("self-protection", "off")
+                stop_service(name, check=False)
+                wait_for_state(name, "STOPPED", timeout=60)
+            delete_service(name, check=False)
+        delete_key(SIM_KEY, missing_ok=True)
+        shutil.rmtree(self.dir, ignore_errors=True)
+
+    # --- the service ----------------------------------------------------------------
+
+    def start(self, state="RUNNING", timeout=30):
+        start_service(SERVICE)
+        return wait_for_state(SERVICE, state, timeout=timeout)
+
+    def status(self):
+        return query_service(SERVICE)
+
+    def stop(self):
+        stop_service(SERVICE)
+        return wait_for_state(SERVICE, "STOPPED", timeout=60)
+
+    # --- the stand-ins' knobs and records ------------------------------------------
+
+    def knob(self, stand_in, name, value):
+        set_value(SIM_KEY + "\\" + stand_in, name, value)
+
+    def record(self, stand_in, name, default=None):
+        from winehost import read_value
+        return read_value(SIM_KEY + "\\" + stand_in, name, default)
+
+    # --- the pipe --------------------------------------------------------------------
+
+    def send(self, *args, client="tools/zentctl.exe", data=None, timeout_ms=3000):
+        """Runs a zentctl client with `args` after "send" and returns its
+        reply; data, when given, goes through standard input."""
+        argv = [build_file(client), "send", *args, "--hex", "--timeout", str(timeout_ms)]
+        if data is not None:
+            argv += ["--data", "-"]
+        done = run(argv, input=data, encoding="latin-1")
+        return Reply(done.exit_code, done.stdout, reply_bytes(done.stdout))
+
+    def zentctl(self, *args, client="tools/zentctl.exe", data=None):
+        argv = [build_file(client), *args]
+        if data is not None:
+            argv += ["--data", "-"]
+        return run(argv, input=data, encoding="latin-1")
+
+    # --- files -------------------------------------------------------------------------
+
+    @property
+    def ini(self):
+        return os.path.join(self.dir, "config", "zent_agent.ini")
+
+    def path(self, name):
+        return os.path.join(self.dir, name)
+
+    def log(self, name="zent_agent.log"):
+        with open(self.path(name), "rb") as f:
+            return f.read().decode("latin-1")
+
+    def log_lines(self, name="zent_agent.log"):
+        return [line for line in self.log(name).split("\r\n")]
+
+    def wait_for_log(self, pattern, name="zent_agent.log", timeout=15):
+        """The log is flushed every FlushDebugLogTimer ms; waits for the text."""
+        deadline = time.time() + timeout
+        while time.time() < deadline:
+            if os.path.exists(self.path(name)):
+                match = re.search(pattern, self.log(name))
+                if match:
+                    return match
+            time.sleep(0.2)
+        raise AssertionError(f"{pattern!r} not in {name} after {timeout} s:\n{self.log(name)[-3000:]}")
+
+
+def reply_bytes(stdout):
+    """The reply's 36 bytes from zentctl's --hex output."""
+    hex_digits = []
+    for line in stdout.splitlines():
+        if line.lower().startswith("hex"):
+            hex_digits.append(re.sub(r"[^0-9a-fA-F]", "", line.split(":", 1)[1]))
+    return bytes.fromhex("".join(hex_digits))
