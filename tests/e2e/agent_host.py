@@ -43,6 +43,9 @@ class AgentHost:
 
     def __init__(self):
         self.dir = unix_path(INSTALL_DIR)
+        # Where this test's part of zent_agent.log begins, for an agent that
+        # runs on from an earlier test.
+        self.log_start = 0
 
     # --- installation -------------------------------------------------------------
 
@@ -133,16 +136,41 @@ class AgentHost:
     def log_lines(self, name="zent_agent.log"):
         return [line for line in self.log(name).split("\r\n")]
 
+    def test_log(self):
+        """What this test's agent wrote to zent_agent.log."""
+        return self.log()[self.log_start:]
+
     def wait_for_log(self, pattern, name="zent_agent.log", timeout=15):
-        """The log is flushed every FlushDebugLogTimer ms; waits for the text."""
+        """The log is flushed every FlushDebugLogTimer ms; waits for the text
+        in this test's part of it."""
+        start = self.log_start if name == "zent_agent.log" else 0
         deadline = time.time() + timeout
         while time.time() < deadline:
             if os.path.exists(self.path(name)):
-                match = re.search(pattern, self.log(name))
+                match = re.search(pattern, self.log(name)[start:])
                 if match:
                     return match
             time.sleep(0.2)
         raise AssertionError(f"{pattern!r} not in {name} after {timeout} s:\n{self.log(name)[-3000:]}")
+
+
+# The settings of the agent that runs on from one test to the next, if any.
+running = {"settings": None}
+
+
+def running_agent(settings):
+    """An agent with these settings, running and accepting stop: the one left
+    by an earlier test if it is such, else a fresh one. Tests that use it
+    leave it so, or stop it."""
+    host = AgentHost()
+    status = query_service(SERVICE)
+    if running["settings"] != settings or status is None or status.state != "RUNNING" \
+            or status.controls_accepted != 5:
+        host.install(settings)
+        host.start()
+        running["settings"] = settings
+    host.log_start = len(host.log()) if os.path.exists(host.path("zent_agent.log")) else 0
+    return host
 
 
 def reply_bytes(stdout):

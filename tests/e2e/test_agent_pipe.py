@@ -8,7 +8,7 @@ import threading
 
 import pytest
 
-from agent_host import SERVICE
+from agent_host import SERVICE, running_agent
 from winehost import query_service, read_ini, wait_for_state
 
 UNSIGNED = "tests/e2e/zentctl_unsigned.exe"
@@ -33,17 +33,13 @@ def request(command, data=b"", request_id=1, magic=b"QTNZ", data_length=None):
 
 
 @pytest.fixture
-def production(agent):
-    agent.install({"ZENTSETTINGS": {"DebugLevel": 4}})
-    agent.start()
-    return agent
+def production():
+    return running_agent({"ZENTSETTINGS": {"DebugLevel": 4}})
 
 
 @pytest.fixture
-def test_mode(agent):
-    agent.install({"ZENTSETTINGS": {"DebugLevel": 4, "TestMode": 1}})
-    agent.start()
-    return agent
+def test_mode():
+    return running_agent({"ZENTSETTINGS": {"DebugLevel": 4, "TestMode": 1}})
 
 
 # --- the command sets -------------------------------------------------------------
@@ -124,7 +120,7 @@ def test_client_without_the_publishers_signature_gets_no_reply(test_mode, client
     reply = test_mode.send("ping", client=client, timeout_ms=1500)
     assert reply.exit_code == 4
     test_mode.wait_for_log(r"\] The pipe client is invalid\. Drop it\.\r\n")
-    assert "Process Command(101)" not in test_mode.log()
+    assert "Process Command(101)" not in test_mode.test_log()
 
 
 def test_unsigned_client_cannot_stop_the_service(production):
