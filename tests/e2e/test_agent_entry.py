@@ -65,3 +65,13 @@ def test_framework_without_its_fourth_entry_point_stops_the_program(agent):
     agent.install({"ZENTSETTINGS": {"DebugLevel": 4}})
     shutil.copy(build_file("sim/klfagent/klfAgent_64x_missing_verify.dll"), agent.path("klfAgent_64x.dll"))
     assert agent_run(agent, "-install").exit_code == -1
+
+
+def test_a_deployment_run_and_the_service_write_different_logs_at_once(agent):
+    agent.install({"ZENTSETTINGS": {"DebugLevel": 4}})
+    agent.start()
+    assert agent_run(agent, "-install").exit_code == 0
+    agent.wait_for_log(r"\] ProcessTelemetryFn: enters\r\n")
+    assert "invalid parameter" not in agent.log()
+    assert re.search(r"\] invalid parameter -install\r\n", agent.log("zent_install.log"))
+    assert "ProcessTelemetryFn" not in agent.log("zent_install.log")

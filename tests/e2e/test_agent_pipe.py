@@ -214,3 +214,34 @@ def test_header_announcing_nearly_four_gigabytes(test_mode):
         assert reply.raw[:8] == b"QTNZ" + bytes(4)
         assert reply.raw[12:20] == bytes(8)  # Result 0, no data
     assert query_service(SERVICE).state == "RUNNING"
+
+
+def test_one_write_longer_than_4096_bytes_while_a_read_waits_is_refused(test_mode):
+    # The client waits until the agent has a 4,096-byte read pending, then
+    # writes the whole 5,000-byte message at once: the read fails with
+    # ERROR_MORE_DATA and the instance lets the client go.
+    done = test_mode.zentctl("send", "--raw", "--delay", "800", "--pieces", "5000", "--timeout", "1500",
+                             data=request(101, data=b"z" * 4964))
+    assert done.exit_code in (4, 5)  # no reply, or the agent closed first
+    test_mode.wait_for_log(r"\] GetOverlappedResult fails: error=234\r\n")
+    assert test_mode.send("ping", "--request-id", "51").raw[:20] == reply_head(51, 0)
+
+
+def test_one_write_longer_than_4096_bytes_before_the_read_is_collected_whole(test_mode):
+    # The client writes at once after connecting; the agent, noticing the
+    # connection on its turn, mostly reads after the message arrived. When its
+    # read was quicker, the case above happens instead: try again.
+    for _ in range(5):
+        done = test_mode.zentctl("send", "--raw", "--pieces", "5000", "--hex", "--timeout", "1500",
+                                 data=request(101, b"z" * 4964, request_id=53))
+        if done.exit_code == 0:
+            break
+    assert done.exit_code == 0
+    assert "Result:     0" in done.stdout
+    test_mode.wait_for_log(r"\] ReadFile: ERROR_MORE_DATA, already read 4096 bytes\r\n")
+
+
+def test_a_piece_late_by_more_than_the_poll_loses_what_came_before(test_mode):
+    done = test_mode.zentctl("send", "ping", "--pieces", "20", "--gap", "700", "--timeout", "1500")
+    assert done.exit_code == 4
+    assert test_mode.send("ping", "--request-id", "52").raw[:20] == reply_head(52, 0)

@@ -4,7 +4,7 @@ start-up failures the suite reads from the service's exit code."""
 import re
 
 from agent_host import DRIVER_SERVICE, SERVICE
-from winehost import delete_service, read_ini, wait_for_state
+from winehost import delete_service, query_service, read_ini, stop_service, wait_for_state
 
 THREADS = ("CmdProcessFn", "FwDpiServiceFn", "ProcessNotifyFn", "ProcessLogFileFn", "ProcessMonitorConfigFn",
            "ProcessTelemetryFn")
@@ -123,3 +123,11 @@ def test_failing_event_registration_stops_with_minus_one_and_closes_the_driver(a
     assert status.win32_exit_code == 0xFFFFFFFF
     assert "] mli_register_event(): register event refused by driver\r\n" in agent.log()
     assert agent.record("mli", "Closed") == 1
+
+
+def test_self_protection_makes_the_control_manager_refuse_stop(agent):
+    agent.install({"ZENTSETTINGS": {"DebugLevel": 3}})
+    agent.knob("klfAgent", "SelfProtection", 1)
+    agent.start()
+    assert stop_service(SERVICE, check=False) is False
+    assert query_service(SERVICE).state == "RUNNING"

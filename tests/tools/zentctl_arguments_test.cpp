@@ -202,3 +202,9 @@ TEST(ZentctlArguments, SendAndItsCommandAreRequired) {
 }
 
 }  // namespace
+
+TEST(ZentctlArguments, DelayBeforeTheFirstWrite) {
+  ParsedArguments parsed = ParseZentctlArguments({"send", "ping", "--delay", "800"});
+  ASSERT_TRUE(parsed.error.empty()) << parsed.error;
+  EXPECT_EQ(parsed.options.delayMs, 800u);
+}

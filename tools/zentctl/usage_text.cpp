@@ -48,6 +48,7 @@ Options:
   --pieces N,N,...    write the first pieces with these sizes in bytes, the rest
                       in pieces of 4096; each piece is one pipe message
   --gap MS            pause between pieces (default 0)
+  --delay MS          pause after connecting, before the first write (default 0)
   --hex               also print the reply's 36 bytes in hexadecimal
   --no-reply          send, then close without reading a reply
   --hold MS           keep the connection open at least MS milliseconds after

@@ -29,6 +29,7 @@ constexpr KnownOption kOptions[] = {
     {"data", true},      {"request-id", true}, {"timeout", true}, {"pipe", true},
     {"raw", false},      {"pieces", true},     {"gap", true},     {"hex", false},
     {"no-reply", false}, {"hold", true},       {"count", true},   {"connect-cycles", true},
+    {"delay", true},
 };
 
 // The only options that go with --connect-cycles: it sends nothing.
@@ -80,6 +81,7 @@ std::string ApplyOption(std::string_view name, const std::string& value, Zentctl
   if (name == "request-id") return ApplyNumber(name, value, 0, o.requestId);
   if (name == "timeout") return ApplyNumber(name, value, 1, o.timeoutMs);
   if (name == "gap") return ApplyNumber(name, value, 0, o.gapMs);
+  if (name == "delay") return ApplyNumber(name, value, 0, o.delayMs);
   if (name == "hold") return ApplyNumber(name, value, 0, o.holdMs);
   if (name == "count") return ApplyNumber(name, value, 1, o.count);
   if (name == "connect-cycles") return ApplyNumber(name, value, 1, o.connectCycles);

@@ -32,6 +32,7 @@ struct ZentctlOptions {
   bool raw = false;
   std::vector<size_t> pieces;
   uint32_t gapMs = 0;
+  uint32_t delayMs = 0;  // pause after connecting, before the first write
   uint32_t holdMs = 0;
   uint32_t timeoutMs = kDefaultTimeoutMs;
   bool hex = false;

@@ -139,6 +139,7 @@ int RunSend(const ZentctlOptions& o) {
   PipeConnection connection;
   if (!ConnectToPipe(ToWide(o.pipePath), o.timeoutMs, connection))
     return Fail(kExitCannotConnect, "cannot connect to " + o.pipePath + ": " + connection.error);
+  if (o.delayMs > 0) Sleep(o.delayMs);
   ULONGLONG lastWrite = GetTickCount64();
   int status = Exchange(o, connection, message, split.sizes, lastWrite);
   std::fflush(stdout);

@@ -172,6 +172,9 @@ int CPipeServer::Recv(DWORD* bytesRead, ULONG* clientPid) {
   }
   switch (DWORD error = GetLastError()) {
     case ERROR_MORE_DATA:
+      // An overlapped ReadFile leaves its own count unset; the overlapped
+      // result holds what this read took of the longer message.
+      GetOverlappedResult(hPipe, &overlapped, &count, FALSE);
       ZENT_LOG(4, L"ReadFile: ERROR_MORE_DATA, already read %d bytes\n", count);
       *bytesRead = count;
       return 0;
