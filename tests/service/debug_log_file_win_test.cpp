@@ -10,6 +10,7 @@
 
 #include "service/debug_log.h"
 #include "service/settings.h"
+#include "support/temp_folder_win.h"
 
 namespace {
 
@@ -37,10 +38,7 @@ void WriteFile(const std::wstring& path, const std::string& text) {
 class DebugLogFile : public ::testing::Test {
  protected:
   void SetUp() override {
-    wchar_t temp[MAX_PATH];
-    GetTempPathW(MAX_PATH, temp);
-    dir_ = std::wstring(temp) + L"zent_log_" + std::to_wstring(GetCurrentProcessId());
-    CreateDirectoryW(dir_.c_str(), nullptr);
+    dir_ = MakeTempFolder(L"zent_log");
     s_Settings = ZentSettings{};
     s_Settings.workingDirectory = dir_;
     s_Settings.isService = true;

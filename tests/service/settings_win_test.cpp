@@ -8,16 +8,14 @@
 
 #include "service/settings.h"
 #include "service/settings_win.h"
+#include "support/temp_folder_win.h"
 
 namespace {
 
 class SettingsLoader : public ::testing::Test {
  protected:
   void SetUp() override {
-    wchar_t temp[MAX_PATH];
-    GetTempPathW(MAX_PATH, temp);
-    dir_ = std::wstring(temp) + L"zent_settings_" + std::to_wstring(GetCurrentProcessId());
-    CreateDirectoryW(dir_.c_str(), nullptr);
+    dir_ = MakeTempFolder(L"zent_settings");
     CreateDirectoryW((dir_ + L"\\config").c_str(), nullptr);
     s_Settings = ZentSettings{};
     s_Settings.workingDirectory = dir_;

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "service/settings.h"
+#include "support/temp_folder_win.h"
 
 namespace {
 
@@ -28,10 +29,7 @@ TEST(SuiteBridge, FrameworkWithoutTheFourthEntryPointKeepsTheFirstThree) {
   RegCloseKey(key);
 
   // A working directory holding the variant under the framework's name.
-  wchar_t temp[MAX_PATH];
-  GetTempPathW(MAX_PATH, temp);
-  std::wstring dir = std::wstring(temp) + L"zent_brvn_" + std::to_wstring(GetCurrentProcessId());
-  CreateDirectoryW(dir.c_str(), nullptr);
+  std::wstring dir = MakeTempFolder(L"zent_brvn");
   ASSERT_TRUE(CopyFileW(Env(L"ZENT_SIM_KLF_AGENT_MISSING_VERIFY_DLL").c_str(), (dir + L"\\klfAgent_64x.dll").c_str(),
                         FALSE));
   s_Settings.workingDirectory = dir;

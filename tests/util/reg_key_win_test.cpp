@@ -18,10 +18,11 @@ class RegistryKey : public ::testing::Test {
   }
   void TearDown() override { RegDeleteTreeA(HKEY_CURRENT_USER, path_.c_str()); }
   std::string Name() { return "HKEY_CURRENT_USER\\" + path_; }
-  void SetRaw(const char* value, DWORD type, const void* data, DWORD size) {
+  // A value written as it stands, type and bytes, behind utilRegKey's back.
+  void SetRaw(const wchar_t* value, DWORD type, const void* data, DWORD size) {
     HKEY key;
     RegOpenKeyExA(HKEY_CURRENT_USER, path_.c_str(), 0, KEY_ALL_ACCESS, &key);
-    RegSetValueExA(key, value, 0, type, static_cast<const BYTE*>(data), size);
+    RegSetValueExW(key, value, 0, type, static_cast<const BYTE*>(data), size);
     RegCloseKey(key);
   }
   std::string path_;
@@ -65,10 +66,7 @@ TEST_F(RegistryKey, ReadThenWriteReopensForWritingButWriteThenReadDoesNot) {
 TEST_F(RegistryKey, ExpandStringIsExpandedUnlessRaw) {
   SetEnvironmentVariableW(L"ZENT_TEST_DIR", L"C:\\zt");
   const wchar_t value[] = L"%ZENT_TEST_DIR%\\x";
-  HKEY k;
-  RegOpenKeyExA(HKEY_CURRENT_USER, path_.c_str(), 0, KEY_ALL_ACCESS, &k);
-  RegSetValueExW(k, L"Exp", 0, REG_EXPAND_SZ, reinterpret_cast<const BYTE*>(value), sizeof value);
-  RegCloseKey(k);
+  SetRaw(L"Exp", REG_EXPAND_SZ, value, sizeof value);
   utilRegKey key(Name());
   std::string text;
   ASSERT_TRUE(key.QueryValue("Exp", text, false));
@@ -78,7 +76,7 @@ TEST_F(RegistryKey, ExpandStringIsExpandedUnlessRaw) {
 }
 
 TEST_F(RegistryKey, EmptyTextOfSizeZeroIsEmptyAndTrue) {
-  SetRaw("Empty", REG_SZ, "", 0);
+  SetRaw(L"Empty", REG_SZ, L"", 0);
   utilRegKey key(Name());
   std::string text = "stale";
   ASSERT_TRUE(key.QueryValue("Empty", text, false));
@@ -87,10 +85,7 @@ TEST_F(RegistryKey, EmptyTextOfSizeZeroIsEmptyAndTrue) {
 
 TEST_F(RegistryKey, MultiStringKeepsItsInnerZeros) {
   const wchar_t value[] = L"one\0two\0";  // ends in two zero units with the literal's own
-  HKEY k;
-  RegOpenKeyExA(HKEY_CURRENT_USER, path_.c_str(), 0, KEY_ALL_ACCESS, &k);
-  RegSetValueExW(k, L"Multi", 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(value), sizeof value);
-  RegCloseKey(k);
+  SetRaw(L"Multi", REG_MULTI_SZ, value, sizeof value);
   utilRegKey key(Name());
   std::string text;
   ASSERT_TRUE(key.QueryValue("Multi", text, false));
@@ -99,7 +94,7 @@ TEST_F(RegistryKey, MultiStringKeepsItsInnerZeros) {
 
 TEST_F(RegistryKey, TextQueryOfADwordHandsOverItsBytes) {
   DWORD number = 0x00420041;  // the units 'A' and 'B'
-  SetRaw("Number", REG_DWORD, &number, sizeof number);
+  SetRaw(L"Number", REG_DWORD, &number, sizeof number);
   utilRegKey key(Name());
   std::string text;
   EXPECT_TRUE(key.QueryValue("Number", text, false));

@@ -191,21 +191,26 @@ bool utilRegKey::DeleteValue(const std::string& valueName) {
   return true;
 }
 
-bool utilRegKey::GetNextKey(std::string& name, DWORD& index) {
-  if (index == 0xFFFFFFFF) return false;
-  wchar_t buffer[261];
-  lastError = RegEnumKeyW(key_, index++, buffer, 261);
+int utilRegKey::EnumerationStep(const wchar_t* found, std::string& name, DWORD& index) {
   if (lastError == ERROR_SUCCESS) {
-    name = wideToUtf8(buffer);
-    return true;
+    name = wideToUtf8(found);
+    return 1;
   }
   if (lastError == ERROR_NO_MORE_ITEMS) {
     lastError = 0;
     index = 0xFFFFFFFF;
-    return false;
+    return 0;
   }
-  ZENT_LOG(1, L"Can't enumerate subkeys of key '%S' err=%d\n", GetStdKeyFromHkey(), lastError);
-  return false;
+  return -1;
+}
+
+bool utilRegKey::GetNextKey(std::string& name, DWORD& index) {
+  if (index == 0xFFFFFFFF) return false;
+  wchar_t buffer[261];
+  lastError = RegEnumKeyW(key_, index++, buffer, 261);
+  int step = EnumerationStep(buffer, name, index);
+  if (step < 0) ZENT_LOG(1, L"Can't enumerate subkeys of key '%S' err=%d\n", GetStdKeyFromHkey(), lastError);
+  return step > 0;
 }
 
 bool utilRegKey::GetNextValue(std::string& name, DWORD& index) {
@@ -213,17 +218,9 @@ bool utilRegKey::GetNextValue(std::string& name, DWORD& index) {
   wchar_t buffer[2048];
   DWORD length = 2048;
   lastError = RegEnumValueW(key_, index++, buffer, &length, nullptr, nullptr, nullptr, nullptr);
-  if (lastError == ERROR_SUCCESS) {
-    name = wideToUtf8(buffer);
-    return true;
-  }
-  if (lastError == ERROR_NO_MORE_ITEMS) {
-    lastError = 0;
-    index = 0xFFFFFFFF;
-    return false;
-  }
-  ZENT_LOG(1, L"Can't enumerate values of key '%S', err=%d\n", GetStdKeyFromHkey(), lastError);
-  return false;
+  int step = EnumerationStep(buffer, name, index);
+  if (step < 0) ZENT_LOG(1, L"Can't enumerate values of key '%S', err=%d\n", GetStdKeyFromHkey(), lastError);
+  return step > 0;
 }
 
 bool utilRegKey::SetRegWithCreate(const std::string& valueName, const DWORD* value) {

@@ -39,6 +39,9 @@ class utilRegKey {
  private:
   REGSAM ViewFlags() const;
   std::string ValueText(const std::string& valueName) const;
+  // After one enumeration call, by lastError: 1 and the name, 0 at the end
+  // (index set to all ones), -1 on a failure for the caller to log.
+  int EnumerationStep(const wchar_t* found, std::string& name, DWORD& index);
 
   HKEY key_ = nullptr;
   HKEY root_;
