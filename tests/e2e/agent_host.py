@@ -8,15 +8,16 @@ import struct
 import time
 from dataclasses import dataclass
 
-from winehost import (build_file, create_service, delete_key, delete_service, query_service, run, set_value,
-                      start_service, stop_service, unix_path, wait_for_state, write_ini)
+from winehost import (build_file, create_service, delete_key, delete_service, query_service, read_value, run,
+                      set_value, start_service, stop_service, unix_path, wait_for_state, write_ini)
 
 SUITE_KEY = r"HKLM\SOFTWARE\Wow6432Node\Halvane\BrevonNTCorp\CurrentVersion"
 SIM_KEY = r"HKLM\SOFTWARE\ZentSim"
 INSTALL_DIR = r"C:\ZentE2e"
 SERVICE = "ZentAgent"
 DRIVER_SERVICE = "mlfilter"
-PIPE_FILES = ("ZentAgent.exe", "klfAgent_64x.dll", "mli.dll")
+# What the suite puts in the agent's folder.
+AGENT_FILES = ("ZentAgent.exe", "klfAgent_64x.dll", "mli.dll")
 BUILT = {
     "ZentAgent.exe": "src/mla/apps/zentagent/ZentAgent.exe",
     "klfAgent_64x.dll": "sim/klfagent/klfAgent_64x.dll",
@@ -49,7 +50,7 @@ class AgentHost:
 
     # --- installation -------------------------------------------------------------
 
-    def install(self, settings=None, files=PIPE_FILES):
+    def install(self, settings=None, files=AGENT_FILES):
         self.remove()
         os.makedirs(os.path.join(self.dir, "config"))
         for name in files:
@@ -100,7 +101,6 @@ class AgentHost:
         set_value(SIM_KEY + "\\" + stand_in, name, value)
 
     def record(self, stand_in, name, default=None):
-        from winehost import read_value
         return read_value(SIM_KEY + "\\" + stand_in, name, default)
 
     # --- the pipe --------------------------------------------------------------------
@@ -132,9 +132,6 @@ class AgentHost:
     def log(self, name="zent_agent.log"):
         with open(self.path(name), "rb") as f:
             return f.read().decode("latin-1")
-
-    def log_lines(self, name="zent_agent.log"):
-        return [line for line in self.log(name).split("\r\n")]
 
     def test_log(self):
         """What this test's agent wrote to zent_agent.log."""
