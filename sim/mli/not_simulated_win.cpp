@@ -1,4 +1,4 @@
-// Interfaces, rule files and log flushing are not simulated yet: each call
+// Rule files and log flushing are not simulated yet: each call
 // fails as a driver that refuses it would, with a text for mli_get_error.
 #include "channel.h"
 
@@ -13,11 +13,6 @@ int NotSimulated(MLI_HANDLE handle) {
 }
 
 }  // namespace
-
-extern "C" int mli_ifconfig(MLI_HANDLE handle, void* buffer) {
-  (void)buffer;
-  return NotSimulated(handle);
-}
 
 extern "C" int mli_load_config(MLI_HANDLE handle, const void* buffer, uint32_t length) {
   (void)buffer;
