@@ -1,0 +1,8 @@
+// zentpolicy --help.
+#pragma once
+
+namespace zentpolicy {
+
+extern const char kUsageText[];
+
+}  // namespace zentpolicy
