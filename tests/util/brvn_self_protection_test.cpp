@@ -9,69 +9,59 @@ TEST(SelfProtectionQuery, RequestNamesTheCallAndTheProductInOrder) {
             "{\"system_call_id\":\"KLF_SYSCALL_GET_SELF_PROTECTION\",\"product_id\":\"KLF_IPRODUCT_ZENT\"}");
 }
 
+SelfProtectionAnswer Parse(const char* response) {
+  int detail = -77;
+  return ParseSelfProtectionResponse(response, detail);
+}
+
 TEST(SelfProtectionAnswer, ServiceOneIsOn) {
-  bool on = false;
-  EXPECT_EQ(ParseSelfProtectionResponse(
-                "{\"system_call_result\": {\"system_call_error\": 0, \"system_call_content\": "
-                "{\"enable\": {\"service\": 1}}}}",
-                on),
-            0);
-  EXPECT_TRUE(on);
+  EXPECT_EQ(Parse("{\"system_call_result\": {\"system_call_error\": 0, \"system_call_content\": "
+                  "{\"enable\": {\"service\": 1}}}}"),
+            SelfProtectionAnswer::Enabled);
 }
 
 TEST(SelfProtectionAnswer, ServiceZeroIsOff) {
-  bool on = true;
-  EXPECT_EQ(ParseSelfProtectionResponse(
-                "{\"system_call_result\": {\"system_call_error\": 0, \"system_call_content\": "
-                "{\"enable\": {\"service\": 0}}}}",
-                on),
-            0);
-  EXPECT_FALSE(on);
+  EXPECT_EQ(Parse("{\"system_call_result\": {\"system_call_error\": 0, \"system_call_content\": "
+                  "{\"enable\": {\"service\": 0}}}}"),
+            SelfProtectionAnswer::Disabled);
 }
 
-TEST(SelfProtectionAnswer, AnyNonZeroServiceIsOn) {
-  bool on = false;
-  EXPECT_EQ(ParseSelfProtectionResponse(
-                "\xEF\xBB\xBF{\"system_call_result\":{\"system_call_error\":0,\"system_call_content\":"
-                "{\"enable\":{\"service\":7}}}}",
-                on),
-            0);
-  EXPECT_TRUE(on);
+TEST(SelfProtectionAnswer, AnyNonZeroServiceIsOnAndTheByteOrderMarkIsSkipped) {
+  EXPECT_EQ(Parse("\xEF\xBB\xBF{\"system_call_result\":{\"system_call_error\":0,\"system_call_content\":"
+                  "{\"enable\":{\"service\":7}}}}"),
+            SelfProtectionAnswer::Enabled);
 }
 
-TEST(SelfProtectionAnswer, ErrorCodeLeavesTheFlagAlone) {
-  bool on = true;
-  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": {\"system_call_error\": 5}}", on), -1);
-  EXPECT_TRUE(on);
+TEST(SelfProtectionAnswer, ErrorCodeIsTheFrameworks) {
+  int detail = 0;
+  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": {\"system_call_error\": 5}}", detail),
+            SelfProtectionAnswer::FrameworkError);
+  EXPECT_EQ(detail, 5);
 }
 
-TEST(SelfProtectionAnswer, MissingContentIsRefused) {
-  bool on = false;
-  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": {\"system_call_error\": 0}}", on), -1);
-  EXPECT_FALSE(on);
+TEST(SelfProtectionAnswer, MissingContentIsInvalid) {
+  EXPECT_EQ(Parse("{\"system_call_result\": {\"system_call_error\": 0}}"), SelfProtectionAnswer::InvalidContent);
 }
 
-TEST(SelfProtectionAnswer, MissingOrNullErrorCodeIsRefused) {
-  bool on = false;
-  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": {}}", on), -1);
-  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": {\"system_call_error\": null}}", on), -1);
-  EXPECT_EQ(ParseSelfProtectionResponse("{}", on), -1);
+TEST(SelfProtectionAnswer, MissingOrNullErrorCode) {
+  EXPECT_EQ(Parse("{\"system_call_result\": {}}"), SelfProtectionAnswer::MissingErrorCode);
+  EXPECT_EQ(Parse("{\"system_call_result\": {\"system_call_error\": null}}"),
+            SelfProtectionAnswer::MissingErrorCode);
+  EXPECT_EQ(Parse("{}"), SelfProtectionAnswer::MissingErrorCode);
 }
 
-TEST(SelfProtectionAnswer, ServiceThatIsNoIntegerIsRefused) {
-  bool on = false;
-  EXPECT_EQ(ParseSelfProtectionResponse(
-                "{\"system_call_result\":{\"system_call_error\":0,\"system_call_content\":{\"enable\":"
-                "{\"service\":\"1\"}}}}",
-                on),
-            -1);
-  EXPECT_FALSE(on);
+TEST(SelfProtectionAnswer, ServiceThatIsNoIntegerIsInvalid) {
+  EXPECT_EQ(Parse("{\"system_call_result\":{\"system_call_error\":0,\"system_call_content\":{\"enable\":"
+                  "{\"service\":\"1\"}}}}"),
+            SelfProtectionAnswer::InvalidContent);
 }
 
-TEST(SelfProtectionAnswer, MalformedJsonIsRefused) {
-  bool on = false;
-  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": ", on), -1);
-  EXPECT_EQ(ParseSelfProtectionResponse("", on), -1);
+TEST(SelfProtectionAnswer, MalformedJsonGivesTheParsersCode) {
+  int detail = 0;
+  EXPECT_EQ(ParseSelfProtectionResponse("{\"system_call_result\": ", detail), SelfProtectionAnswer::Unparsable);
+  EXPECT_NE(detail, 0);
+  EXPECT_EQ(ParseSelfProtectionResponse("", detail), SelfProtectionAnswer::Unparsable);
+  EXPECT_EQ(detail, 1);  // the document is empty
 }
 
 }  // namespace

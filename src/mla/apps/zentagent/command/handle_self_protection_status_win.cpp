@@ -8,7 +8,19 @@
 
 int HandleSelfProtectionStatus(int pipeIndex, CommandHeader* header, std::string_view message) {
   SelfProtectionRequest request = ParseSelfProtectionStatus(message);
-  if (request != SelfProtectionRequest::On && request != SelfProtectionRequest::Off) return -1;
+  if (request == SelfProtectionRequest::Empty) {
+    ZENT_LOG(1, L"Self protection status is empty.\n");
+    return -1;
+  }
+  ZENT_LOG(4, L"self protection status: %S\n", message.substr(kCommandHeaderSize));
+  if (request == SelfProtectionRequest::Unparsable) {
+    ZENT_LOG(1, L"Unable to parse self protection status.\n");
+    return -1;
+  }
+  if (request == SelfProtectionRequest::Invalid) {
+    ZENT_LOG(1, L"Invalid self protection status.\n");
+    return -1;
+  }
   g_Engine.selfProtection = request == SelfProtectionRequest::On;
   // Reporting running hands the control manager the new accepted controls.
   CZentControl::SetServiceStatus_(SERVICE_RUNNING, 0, 0);

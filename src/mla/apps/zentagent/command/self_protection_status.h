@@ -5,5 +5,6 @@
 
 enum class SelfProtectionRequest { Empty, Unparsable, Invalid, On, Off };
 
-// Reads the whole message (header included); logs why a request is refused.
+// Reads the whole message (header included). The handler logs the outcome,
+// so that its lines carry the handler's name.
 SelfProtectionRequest ParseSelfProtectionStatus(std::string_view message);

@@ -7,6 +7,9 @@
 // {"system_call_id":"KLF_SYSCALL_GET_SELF_PROTECTION","product_id":"KLF_IPRODUCT_ZENT"}
 std::string BuildSelfProtectionRequest();
 
-// 0 and the service's protection state from a good answer; -1, logged, for
-// anything else, with `enabled` left alone.
-int ParseSelfProtectionResponse(std::string_view response, bool& enabled);
+// What the framework's answer says. `detail` is the parser's error code for
+// Unparsable and the framework's error code for FrameworkError.
+enum class SelfProtectionAnswer { Enabled, Disabled, Unparsable, MissingErrorCode, FrameworkError, InvalidContent };
+
+// The caller logs the outcome, so that the lines carry its name.
+SelfProtectionAnswer ParseSelfProtectionResponse(std::string_view response, int& detail);

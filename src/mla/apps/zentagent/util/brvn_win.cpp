@@ -125,9 +125,28 @@ int UtilBRVN::QuerySelfProtectionStatus() {
   }
   std::string text = response != nullptr ? std::string(response, strnlen(response, responseSize)) : std::string();
   ZENT_LOG(4, L"Response: %S\n", text);
-  bool enabled = g_Engine.selfProtection;
-  int result = ParseSelfProtectionResponse(text, enabled);
-  if (result == 0) g_Engine.selfProtection = enabled;
+  int detail = 0;
+  int result = -1;
+  SelfProtectionAnswer answer = ParseSelfProtectionResponse(text, detail);
+  switch (answer) {
+    case SelfProtectionAnswer::Enabled:
+    case SelfProtectionAnswer::Disabled:
+      g_Engine.selfProtection = answer == SelfProtectionAnswer::Enabled;
+      result = 0;
+      break;
+    case SelfProtectionAnswer::Unparsable:
+      ZENT_LOG(1, L"Unable to parse response, rapidjosn parsing error: %d\n", detail);
+      break;
+    case SelfProtectionAnswer::MissingErrorCode:
+      ZENT_LOG(1, L"Missing error code in KLF response.\n");
+      break;
+    case SelfProtectionAnswer::FrameworkError:
+      ZENT_LOG(1, L"KLF response with error code: %d\n", detail);
+      break;
+    case SelfProtectionAnswer::InvalidContent:
+      ZENT_LOG(1, L"Invalid system call content.\n");
+      break;
+  }
   klfCnt_Free(response);
   return result;
 }

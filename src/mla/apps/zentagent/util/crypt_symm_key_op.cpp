@@ -37,31 +37,6 @@ struct EncryptionChain {
   }
 };
 
-bool WriteHeader(BIO* output, const unsigned char* salt) {
-  if (BIO_write(output, kSaltMagic, kSaltMagicSize) != static_cast<int>(kSaltMagicSize) ||
-      BIO_write(output, salt, kSaltSize) != static_cast<int>(kSaltSize)) {
-    ZENT_LOG(1, L"Error writing encrypted output to file\n");
-    return false;
-  }
-  return true;
-}
-
-bool PassThroughFilter(BIO* input, BIO* filter, unsigned char* ioBuffer) {
-  int count;
-  while ((count = BIO_read(input, ioBuffer, kIoChunkSize)) > 0) {
-    if (BIO_write(filter, ioBuffer, count) != count) {
-      ZENT_LOG(1, L"Error writing output file\n");
-      return false;
-    }
-  }
-  // The padding and the last block go out only with the flush.
-  if (BIO_flush(filter) != 1) {
-    ZENT_LOG(1, L"En(de)crypt I/O error\n");
-    return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 bool Crypt_SymmKeyOp(const char* input, size_t length, std::string& output) {
@@ -95,7 +70,11 @@ bool Crypt_SymmKeyOp(const char* input, size_t length, std::string& output) {
   // Only a negative answer fails: bytes the generator calls not of full
   // strength are taken, as they always were.
   if (RAND_bytes(chain.salt, kSaltSize) < 0) return false;
-  if (!WriteHeader(chain.output, chain.salt)) return false;
+  if (BIO_write(chain.output, kSaltMagic, kSaltMagicSize) != static_cast<int>(kSaltMagicSize) ||
+      BIO_write(chain.output, chain.salt, kSaltSize) != static_cast<int>(kSaltSize)) {
+    ZENT_LOG(1, L"Error writing encrypted output to file\n");
+    return false;
+  }
 
   chain.cipherFilter = BIO_new(BIO_f_cipher());
   if (chain.cipherFilter == nullptr) return false;
@@ -106,7 +85,18 @@ bool Crypt_SymmKeyOp(const char* input, size_t length, std::string& output) {
     return false;
   }
   BIO_push(chain.cipherFilter, chain.output);
-  if (!PassThroughFilter(chain.input, chain.cipherFilter, chain.ioBuffer)) return false;
+  int count;
+  while ((count = BIO_read(chain.input, chain.ioBuffer, kIoChunkSize)) > 0) {
+    if (BIO_write(chain.cipherFilter, chain.ioBuffer, count) != count) {
+      ZENT_LOG(1, L"Error writing output file\n");
+      return false;
+    }
+  }
+  // The padding and the last block go out only with the flush.
+  if (BIO_flush(chain.cipherFilter) != 1) {
+    ZENT_LOG(1, L"En(de)crypt I/O error\n");
+    return false;
+  }
 
   char* content = nullptr;
   long size = BIO_get_mem_data(chain.output, &content);
