@@ -2,11 +2,16 @@
 
 Wine hands a Windows process's exit code to Linux cut to 8 bits (201512003
 arrives as 67, -1 as 255). So every program runs under exitcode.exe, which
-launches it with CreateProcess and writes GetExitCodeProcess to a file."""
+launches it with CreateProcess and writes GetExitCodeProcess to a file.
+
+Under load Wine now and then fails to start a process at all (CreateProcess
+reports error 1359, or the launcher itself does not come up). No result file
+then means the program never ran, and the start is tried again."""
 import dataclasses
 import os
 import subprocess
 import tempfile
+import time
 
 from .paths import WINE_RUN, build_file, windows_path
 from .session import keep_session
@@ -42,6 +47,21 @@ def run(args, *, input=None, env=None, timeout=120, encoding="utf-8"):
         program = windows_path(program)
     if isinstance(input, str):
         input = input.encode(encoding)
+    for attempt in range(START_ATTEMPTS):
+        code, stdout, stderr, status = _run_once(program, args, input, env, timeout, encoding)
+        if code is not None:
+            return WindowsRun(signed32(code), stdout, stderr)
+        time.sleep(0.5 * (attempt + 1))
+    raise RuntimeError(f"{args[0]} did not run (exit status {status}): {stderr}")
+
+
+# Starts of one program before giving up on Wine.
+START_ATTEMPTS = 3
+
+
+def _run_once(program, args, input, env, timeout, encoding):
+    """One start under exitcode.exe: (exit code or None if the program never
+    ran, stdout, stderr, the launcher's Linux exit status)."""
     with tempfile.TemporaryDirectory(prefix="zent-exitcode-") as folder:
         result = os.path.join(folder, "exit_code")
         command = [str(WINE_RUN), build_file("tests/tools/exitcode.exe"), windows_path(result), program,
@@ -53,7 +73,6 @@ def run(args, *, input=None, env=None, timeout=120, encoding="utf-8"):
         stderr = done.stderr.decode(encoding, errors="replace")
         try:
             with open(result) as f:
-                code = int(f.read())
+                return int(f.read()), stdout, stderr, done.returncode
         except (OSError, ValueError):
-            raise RuntimeError(f"{args[0]} did not run (exit status {done.returncode}): {stderr}") from None
-    return WindowsRun(signed32(code), stdout, stderr)
+            return None, stdout, stderr, done.returncode
