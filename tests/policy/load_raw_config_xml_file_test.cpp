@@ -326,3 +326,20 @@ TEST_F(PolicyTest, EveryElementFromAgentConfigurationOnAddsTheThreeSettings) {
                                          {"networkDriverGlobalDetectOnlyMode", "false"},
                                          {"vulnerabilityShieldPassiveMode", "false"}}));
 }
+
+TEST_F(PolicyTest, DeeplyNestedDocumentFailsInsteadOfExhaustingTheStack) {
+  s_Settings.DebugLevel = 1;
+  std::string xml;
+  for (int i = 0; i < 100000; ++i) xml += "<a>";
+  for (int i = 0; i < 100000; ++i) xml += "</a>";
+  RawConfig raw;
+  EXPECT_EQ(LoadPolicyText(raw, xml), -1);
+  EXPECT_EQ(LogMessages(), Strings{"XML LoadFile failed"});
+}
+
+TEST_F(PolicyTest, MacIsLowerCasedInAsciiOnly) {
+  RawConfig raw;
+  ASSERT_EQ(LoadPolicyText(raw, PolicyDocument("<Interfaces><Interface id=\"1\" mac=\"\xC3\x84-AB\"/></Interfaces>")),
+            0);
+  EXPECT_EQ(Keys(raw.interfaceByMacMap), Strings{"\xC3\x84-ab"});
+}
