@@ -1,0 +1,38 @@
+// Inputs and observations shared by the policy tests: policies to load, and
+// the messages the debug log received meanwhile.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "policy/load_raw_config_xml_file.h"
+#include "service/settings.h"
+
+// body inside Message, Request, SecurityConfiguration.
+std::string PolicyDocument(const std::string& body);
+
+// Loads a policy given as text, through a temporary file.
+int LoadPolicyText(RawConfig& rawConfig, const std::string& xml);
+// Loads a policy file of tests/policy/data.
+int LoadPolicyFile(RawConfig& rawConfig, const char* name);
+
+// The keys of a map, in iteration order.
+std::vector<std::string> Keys(const AttrMapIndex& map);
+
+// Every test starts with the event log's cache parameters at their defaults
+// and a fresh debug log file at the given level.
+class PolicyTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+  // The messages of the lines written so far: each line without its stamp,
+  // its "[thread][ZTENG][function:line] " prefix and its line end.
+  std::vector<std::string> LogMessages();
+  // The function named in each line's prefix, in order.
+  std::vector<std::string> LogFunctions();
+
+ private:
+  std::vector<std::pair<std::string, std::string>> LogLines();
+};
