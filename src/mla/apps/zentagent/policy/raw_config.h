@@ -36,6 +36,9 @@ struct RawConfig {
   AttrMapIndex ruleContextMap;
   IdSetMap filterInterfaceIdMap;
   IdSetMap filterIpIdMap;
+  // A writer met a number that breaks the strict rule: it said where, and
+  // the translation fails rather than write a document built on it.
+  bool badNumber = false;
 };
 
 constexpr int kRawConfigMapCount = 19;

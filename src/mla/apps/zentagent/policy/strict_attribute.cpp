@@ -1,0 +1,20 @@
+#include "policy/strict_attribute.h"
+
+#include "policy/strict_integer.h"
+#include "service/debug_log.h"
+
+bool StrictAttribute(RawConfig& rawConfig, const char* mapName, const std::string& entryKey, const AttrMap& attrs,
+                     const std::string& key, int32_t& value) {
+  value = 0;
+  auto it = attrs.find(key);
+  if (it == attrs.end()) return false;
+  StrictIntegerResult result = StrictStoi(it->second, value);
+  if (result == StrictIntegerResult::Ok) return true;
+  value = 0;
+  // Where the number used to end the process, the translation fails and
+  // says where the bad text stood.
+  ZENT_LOG(1, L"%S(%S): bad number in attribute(%S), value(%S): %S\n", mapName, entryKey, key, it->second,
+           StrictIntegerError(result));
+  rawConfig.badNumber = true;
+  return false;
+}
