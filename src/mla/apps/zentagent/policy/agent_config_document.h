@@ -1,0 +1,26 @@
+// The agent configuration document: its sections in their order, its file
+// in clear or encrypted, and the translation that joins them.
+#pragma once
+
+#include <tinyxml2.h>
+
+#include <string>
+
+#include "policy/raw_config.h"
+
+// Fills the document: fset with, in order, the system settings, rule
+// contexts, interface assignments, PacketEngine, connection types and
+// payload filters. 0, or -1 when both features are off (nothing written)
+// or a writer met a bad number.
+int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLDocument& document);
+
+// Writes the document to path: tinyxml2's indented form when ConfigEncrypt
+// is off, its encrypted form when on. 0 or -1; a failed write may leave the
+// file empty or cut short.
+int WriteXML(tinyxml2::XMLDocument& document, const std::wstring& path);
+
+// A translation whose interface maps (driverIfByMACMap, platformIfByMACMap)
+// are already filled: opens and loads the policy, creates and writes the
+// document, then dumps and frees every map. 0 on success; the open's error
+// number, or -1.
+int TranslatePolicyFile(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath);

@@ -1,0 +1,43 @@
+// CreateConfig: the order of the agent configuration document's sections.
+#include "policy/agent_config_document.h"
+#include "policy/config_sections.h"
+#include "service/debug_log.h"
+
+int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLDocument& document) {
+  // WQX plays no part; with DPI alone the packet filters are written all
+  // the same.
+  if (!rawConfig.FW && !rawConfig.DPI) {
+    ZENT_LOG(1, L"both FW and DPI are off, no need to update config\n");
+    return -1;
+  }
+  if (!rawConfig.platformIfByMACMap.empty()) GetInterfaces(rawConfig);
+
+  tinyxml2::XMLElement* fset = document.NewElement("fset");
+  document.InsertEndChild(fset);
+  for (const auto& [name, value] : rawConfig.systemSettings) {
+    tinyxml2::XMLElement* setting = document.NewElement("SystemSetting");
+    setting->SetAttribute("name", name.c_str());
+    setting->SetAttribute("value", value.c_str());
+    fset->InsertEndChild(setting);
+    ZENT_LOG(6, L"systeming setting: k(%S), v(%S)\n", name, value);
+  }
+  InstallRuleContexts(rawConfig, document, fset);
+  ProcessInterfaceAssignments(rawConfig, document, fset);
+
+  rawConfig.filterInterfaceIdMap.clear();
+  rawConfig.filterIpIdMap.clear();
+  ProcessFilters(rawConfig, L"FW", rawConfig.packetFilterAssignmentMap, rawConfig.packetFilterMap);
+  WritePacketFilters(rawConfig, document, fset);
+
+  rawConfig.filterInterfaceIdMap.clear();
+  rawConfig.filterIpIdMap.clear();
+  ProcessFilters(rawConfig, L"DPI", rawConfig.payloadFilterAssignmentMap, rawConfig.payloadFilterMap);
+  // The connection types first: they number the ctype that the payload
+  // filters then read.
+  WriteConnectionTypes(rawConfig, document, fset);
+  WriteDpiFilters(rawConfig, document, fset);
+
+  // A bad number met by any writer fails the translation: no document is
+  // written from it.
+  return rawConfig.badNumber ? -1 : 0;
+}

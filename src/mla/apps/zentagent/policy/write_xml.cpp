@@ -1,0 +1,39 @@
+#include <cerrno>
+#include <cstdio>
+#include <string>
+
+#include "policy/agent_config_document.h"
+#include "service/debug_log.h"
+#include "service/settings.h"
+#include "util/cred_machine_encrypt.h"
+#include "util/wide_path_file.h"
+
+int WriteXML(tinyxml2::XMLDocument& document, const std::wstring& path) {
+  FILE* file = OpenWidePathFile(path, "wb");
+  if (file == nullptr) {
+    ZENT_LOG(1, L"can't open %s\n", path);
+    return -1;
+  }
+  // Read at each write, so that a settings reload counts from the next one.
+  if (!s_Settings.s_bConfigEncrypt) {
+    document.SaveFile(file);
+    fclose(file);
+    return 0;
+  }
+  tinyxml2::XMLPrinter printer;
+  document.Print(&printer);
+  std::string encrypted = Cred_MachineEncrypt(printer.CStr());
+  if (encrypted.empty()) {
+    ZENT_LOG(1, L"Cred_MachineEncrypt return 0 bytes\n");
+    fclose(file);
+    return -1;
+  }
+  size_t written = fwrite(encrypted.data(), 1, encrypted.size(), file);
+  if (written < encrypted.size()) {
+    ZENT_LOG(1, L"failed to write file(%s)\n", path);
+    fclose(file);
+    return -1;
+  }
+  fclose(file);
+  return 0;
+}
