@@ -41,3 +41,22 @@ FILE* OpenWidePathFile(const std::wstring& path, const char* mode) {
   return std::fopen(WidePathText(path).c_str(), mode);
 #endif
 }
+
+std::wstring WidePathFromUtf8(const std::string& text) {
+  std::wstring out;
+  for (size_t i = 0; i < text.size();) {
+    unsigned char lead = static_cast<unsigned char>(text[i]);
+    int extra = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
+    uint32_t c = extra == 0 ? lead : lead & (0x3F >> extra);
+    size_t end = i + 1 + extra;
+    for (++i; i < end && i < text.size(); ++i) c = (c << 6) | (static_cast<unsigned char>(text[i]) & 0x3F);
+    if (sizeof(wchar_t) == 2 && c >= 0x10000) {
+      c -= 0x10000;
+      out += static_cast<wchar_t>(0xD800 + (c >> 10));
+      out += static_cast<wchar_t>(0xDC00 + (c & 0x3FF));
+    } else {
+      out += static_cast<wchar_t>(c);
+    }
+  }
+  return out;
+}
