@@ -9,6 +9,7 @@ enum ExitStatus : int {
   kExitUsage = 2,         // bad arguments
   kExitCannotRead = 3,    // the input file cannot be read
   kExitNotEncrypted = 4,  // the file is not in the encrypted form, or does not decrypt
+  kExitTranslationFailed = 5,  // the translator refused the policy; its log lines tell why
 };
 
 }  // namespace zentpolicy
