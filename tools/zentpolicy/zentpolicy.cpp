@@ -62,7 +62,7 @@ int RunTranslate(const ZentpolicyOptions& o, const FileReader& readFile, std::st
     scratch = std::filesystem::temp_directory_path() / ("zentpolicy-" + std::to_string(std::rand()) + ".xml");
     outputPath = scratch.string();
   }
-  int result = TranslatePolicyFile(rawConfig, WidePathFromUtf8(o.file), WidePathFromUtf8(outputPath));
+  int result = ParseRawConfigXml(rawConfig, WidePathFromUtf8(o.file), WidePathFromUtf8(outputPath));
   std::fflush(stderr);
   s_DebugLog.stream = nullptr;
   if (result == 0 && !scratch.empty()) {

@@ -19,8 +19,15 @@ int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLDocument& document);
 // file empty or cut short.
 int WriteXML(tinyxml2::XMLDocument& document, const std::wstring& path);
 
-// A translation whose interface maps (driverIfByMACMap, platformIfByMACMap)
-// are already filled: opens and loads the policy, creates and writes the
-// document, then dumps and frees every map. 0 on success; the open's error
-// number, or -1.
-int TranslatePolicyFile(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath);
+// The translation once its interface maps (driverIfByMACMap,
+// platformIfByMACMap) are filled: opens and loads the policy, creates and
+// writes the document, then dumps and frees every map. 0 on success; the
+// open's error number, or -1. The agent's form below fills the maps from
+// the machine; zentpolicy fills them from a file.
+int ParseRawConfigXml(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath);
+
+#ifdef _WIN32
+// The agent's translation: the driver's and the machine's interfaces, then
+// the policy. -1 when the interfaces cannot be had.
+int ParseRawConfigXml(const std::wstring& inputPath, const std::wstring& outputPath);
+#endif

@@ -6,7 +6,7 @@
 #include "service/debug_log.h"
 #include "util/wide_path_file.h"
 
-int TranslatePolicyFile(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath) {
+int ParseRawConfigXml(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath) {
   int result = -1;
   tinyxml2::XMLDocument document;
   if (FILE* input = OpenWidePathFile(inputPath, "rb"); input == nullptr) {
