@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "policy/get_ports.h"
+#include "policy/port_items.h"
 #include "policy_test_support.h"
 
 namespace {
@@ -324,6 +325,8 @@ TEST_F(ConnectionTypes, BadPortNumberFailsTheTranslation) {
   Load(Connection(R"(id="1" protocol="6")", R"(portType="1" ports="80-x,443")"));
   Write();
   EXPECT_TRUE(raw.badNumber);
+  EXPECT_EQ(WriterMessages(),
+            std::vector<std::string>{"connectionMap(1): bad number in port range(80-x), value(x): invalid stoi argument"});
 }
 
 TEST_F(ConnectionTypes, BadProtocolFailsTheTranslation) {
@@ -348,6 +351,71 @@ TEST_F(ConnectionTypes, DetailsAreLoggedAtLevelSix) {
   EXPECT_EQ(messages[1], "port(90-80), portHigh(90), portLow(80), more=true");
   EXPECT_EQ(messages[2], "port(100), portHigh(90), portLow(100), more=false");
   EXPECT_EQ(messages[3].rfind("connection: ID(1), attr(", 0), 0u) << messages[3];
+}
+
+TEST_F(ConnectionTypes, EmptyEngineGivesNoChildren) {
+  Load(Connection(R"(id="1" protocol="6" engine="")"));
+  EXPECT_EQ(Write(),
+            "<fset>\n"
+            "    <conType ctype=\"1\" inbound=\"0\" mlm_id=\"1\" tcp=\"1\" udp=\"0\" port=\"0-65535\"/>\n"
+            "</fset>\n");
+}
+
+TEST_F(ConnectionTypes, ElementsOfOneConnectionStayTogether) {
+  Load("<ConnectionTypes>"
+       "<ConnectionType id=\"1\" protocol=\"6\"><AddressInfo portType=\"1\" ports=\"80,443\"/></ConnectionType>"
+       "<ConnectionType id=\"2\" protocol=\"17\"><AddressInfo portType=\"1\" ports=\"53\"/></ConnectionType>"
+       "</ConnectionTypes>");
+  EXPECT_EQ(Write(),
+            "<fset>\n"
+            "    <conType ctype=\"1\" inbound=\"0\" mlm_id=\"1\" tcp=\"1\" udp=\"0\" more=\"1\" port=\"80\"/>\n"
+            "    <conType ctype=\"1\" inbound=\"0\" mlm_id=\"1\" tcp=\"1\" udp=\"0\" port=\"443\"/>\n"
+            "    <conType ctype=\"2\" inbound=\"0\" mlm_id=\"2\" tcp=\"0\" udp=\"1\" port=\"53\"/>\n"
+            "</fset>\n");
+}
+
+std::vector<std::string> Texts(const std::vector<PortItem>& items) {
+  std::vector<std::string> texts;
+  for (const PortItem& item : items) texts.push_back(item.text + (item.last ? " (last)" : ""));
+  return texts;
+}
+
+TEST(PortSplitting, CommaAndBlankSeparate) {
+  EXPECT_EQ(Texts(SplitPorts("80,443 8080")), (std::vector<std::string>{"80", "443", "8080 (last)"}));
+}
+
+TEST(PortSplitting, TextWithoutSeparatorIsTheLastItem) {
+  EXPECT_EQ(Texts(SplitPorts("1000-2000")), std::vector<std::string>{"1000-2000 (last)"});
+}
+
+TEST(PortSplitting, EmptyItemsAndAnEmptyLastItemAreLeftOut) {
+  EXPECT_EQ(Texts(SplitPorts(",80,,443,")), (std::vector<std::string>{"80", "443"}));
+  EXPECT_TRUE(SplitPorts("").empty());
+}
+
+TEST(PortSplitting, RangeThenSingleKeepsHighBound) {
+  PortRange range;
+  std::string badText;
+  EXPECT_EQ(ApplyPortItem("80-90", false, range, badText), StrictIntegerResult::Ok);
+  EXPECT_EQ(PortText(range), "80-90");
+  EXPECT_EQ(ApplyPortItem("100", true, range, badText), StrictIntegerResult::Ok);
+  EXPECT_EQ(PortText(range), "100-90");
+}
+
+TEST(PortSplitting, RangeEndsCompareAsNumbers) {
+  PortRange range;
+  std::string badText;
+  EXPECT_EQ(ApplyPortItem("100-9", true, range, badText), StrictIntegerResult::Ok);
+  EXPECT_EQ(PortText(range), "9-100");
+}
+
+TEST(PortSplitting, BadRangeEndIsReported) {
+  PortRange range;
+  std::string badText;
+  EXPECT_EQ(ApplyPortItem("80-", false, range, badText), StrictIntegerResult::Invalid);
+  EXPECT_EQ(badText, "");
+  EXPECT_EQ(ApplyPortItem("99999999999-1", false, range, badText), StrictIntegerResult::OutOfRange);
+  EXPECT_EQ(badText, "99999999999");
 }
 
 // GetPorts on its own.
