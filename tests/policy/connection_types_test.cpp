@@ -326,7 +326,8 @@ TEST_F(ConnectionTypes, BadPortNumberFailsTheTranslation) {
   Write();
   EXPECT_TRUE(raw.badNumber);
   EXPECT_EQ(WriterMessages(),
-            std::vector<std::string>{"connectionMap(1): bad number in port range(80-x), value(x): invalid stoi argument"});
+            std::vector<std::string>{
+                "connectionMap(1): bad number in port range(80-x), value(x): invalid stoi argument"});
 }
 
 TEST_F(ConnectionTypes, BadProtocolFailsTheTranslation) {
