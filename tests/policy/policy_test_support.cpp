@@ -22,6 +22,14 @@ int LoadPolicyText(RawConfig& rawConfig, const std::string& xml) {
   return result;
 }
 
+int LoadPolicyTextQuietly(RawConfig& rawConfig, const std::string& xml) {
+  int32_t debugLevel = s_Settings.DebugLevel;
+  s_Settings.DebugLevel = 0;
+  int result = LoadPolicyText(rawConfig, xml);
+  s_Settings.DebugLevel = debugLevel;
+  return result;
+}
+
 int LoadPolicyFile(RawConfig& rawConfig, const char* name) {
   std::string path = std::string(ZENT_POLICY_DATA) + name;
   FILE* file = std::fopen(path.c_str(), "rb");

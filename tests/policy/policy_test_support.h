@@ -15,6 +15,9 @@ std::string PolicyDocument(const std::string& body);
 
 // Loads a policy given as text, through a temporary file.
 int LoadPolicyText(RawConfig& rawConfig, const std::string& xml);
+// Loads a policy given as text with the debug log off, so that a test sees
+// only the lines of what it runs next; the log level is restored after.
+int LoadPolicyTextQuietly(RawConfig& rawConfig, const std::string& xml);
 // Loads a policy file of tests/policy/data.
 int LoadPolicyFile(RawConfig& rawConfig, const char* name);
 
