@@ -1,0 +1,152 @@
+#include "policy/payload_filters.h"
+
+#include <string>
+
+#include "policy/interface_mask.h"
+#include "policy/strict_attribute.h"
+#include "service/debug_log.h"
+#include "util/base64_decode.h"
+
+using tinyxml2::XMLElement;
+using tinyxml2::XMLNode;
+
+namespace {
+
+constexpr int kPriorityCount = 4;
+// One character for each hour of the week.
+constexpr size_t kHourOfWeekLength = 168;
+
+const std::string* Find(const AttrMap& attrs, const char* key) {
+  auto it = attrs.find(key);
+  return it == attrs.end() ? nullptr : &it->second;
+}
+
+bool IsTrue(const AttrMap& attrs, const char* key) {
+  const std::string* value = Find(attrs, key);
+  return value != nullptr && *value == "true";
+}
+
+void CopyAttribute(const AttrMap& attrs, const char* key, XMLElement& element) {
+  if (const std::string* value = Find(attrs, key)) element.SetAttribute(key, value->c_str());
+}
+
+// The `log` word, comma-joined in a fixed order; the first-PDU timeout goes
+// into its two attributes on the way, so they stand before `log`.
+std::string LogFlagWord(RawConfig& rawConfig, const std::string& filterId, const AttrMap& filter, XMLElement& element) {
+  // "disable" ends the list: nothing after it is even read.
+  if (IsTrue(filter, "disableLog")) return "disable";
+  std::string word;
+  auto add = [&word](const char* flag) {
+    if (!word.empty()) word += ",";
+    word += flag;
+  };
+  if (IsTrue(filter, "includePacketData")) {
+    // Packet data already logs the first PDU: its timeout is not read.
+    add("data");
+  } else {
+    int32_t timeout = 0;
+    StrictAttribute(rawConfig, "payloadFilterMap", filterId, filter, "logFirstPduTimeout", timeout);
+    if (timeout != 0) {
+      element.SetAttribute("log_first_pdu", "1");
+      // Rebuilt from the number: "007" is written "7".
+      element.SetAttribute("log_first_pdu_time_interval", std::to_string(timeout).c_str());
+    }
+  }
+  if (IsTrue(filter, "logPacketDrop")) add("drop");
+  if (IsTrue(filter, "logPacketModify")) add("modify");
+  if (IsTrue(filter, "debugMode")) add("debug");
+  const std::string* mode = Find(filter, "mode");
+  if (mode != nullptr && *mode == "1") add("passive");
+  return word;
+}
+
+}  // namespace
+
+void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLElement* fset) {
+  for (int pass = 0; pass < kPriorityCount; ++pass) {
+    // Only interface bindings are written: a payload filter assigned by
+    // ipId alone reaches no element.
+    for (const auto& [filterId, interfaceIds] : rawConfig.filterInterfaceIdMap) {
+      auto filterIt = rawConfig.payloadFilterMap.find(filterId);
+      if (filterIt == rawConfig.payloadFilterMap.end()) continue;
+      const AttrMap& filter = *filterIt->second;
+
+      if (Find(filter, "priority") == nullptr) {
+        ZENT_LOG(1, L"cannot find priority in payload filter attributes\n");
+        continue;
+      }
+      int32_t priority = 0;
+      if (!StrictAttribute(rawConfig, "payloadFilterMap", filterId, filter, "priority", priority)) continue;
+      // Priorities outside 0 to 3 are never written, and quietly.
+      if (priority != pass) continue;
+
+      XMLElement* element = document.NewElement("PayloadFilter");
+      fset->InsertEndChild(element);
+
+      const std::string* connectionTypeId = Find(filter, "connectionTypeId");
+      if (connectionTypeId == nullptr) {
+        ZENT_LOG(1, L"cannot find connectionTypeId in payload filter attributes\n");
+      } else {
+        auto connection = rawConfig.connectionMap.find(*connectionTypeId);
+        if (connection == rawConfig.connectionMap.end()) {
+          ZENT_LOG(1, L"cannot find corresponding connection in connectionMap\n");
+        } else if (const std::string* ctype = Find(*connection->second, "ctype")) {
+          element->SetAttribute("ctype", ctype->c_str());
+        } else {
+          ZENT_LOG(1, L"cannot find ctype in this connection\n");
+        }
+      }
+
+      CopyAttribute(filter, "id", *element);
+      CopyAttribute(filter, "name", *element);
+
+      // The two hourOfWeek tests stand in this order and sense on purpose: a
+      // value of zeros and ones counts as illegal, so `schedbits` is never
+      // written. The Schedule elements reach the compiler through
+      // PacketEngine all the same.
+      if (const std::string* scheduleId = Find(filter, "scheduleId")) {
+        auto schedule = rawConfig.scheduleMap.find(*scheduleId);
+        const std::string* hourOfWeek =
+            schedule == rawConfig.scheduleMap.end() ? nullptr : Find(*schedule->second, "hourOfWeek");
+        if (schedule == rawConfig.scheduleMap.end()) {
+          // "assoicated" is the message's spelling; log readers search for it.
+          ZENT_LOG(1, L"cannot find assoicated schedule\n");
+        } else if (hourOfWeek == nullptr) {
+          ZENT_LOG(1, L"cannot find hourOfWeek in schedule tag\n");
+        } else if (hourOfWeek->size() != kHourOfWeekLength) {
+          ZENT_LOG(1, L"hourOfWeek only contains %d bits\n", static_cast<int>(hourOfWeek->size()));
+        } else if (hourOfWeek->find_first_of("01") != std::string::npos) {
+          ZENT_LOG(1, L"hourOfWeek contains illegal value %S\n", *hourOfWeek);
+        } else if (hourOfWeek->find('0') != std::string::npos) {
+          element->SetAttribute("schedbits", hourOfWeek->c_str());
+        }
+      }
+
+      std::string log = LogFlagWord(rawConfig, filterId, filter, *element);
+      element->SetAttribute("log", log.c_str());
+
+      CopyAttribute(filter, "ruleContextId", *element);
+
+      if (const std::string* rules = Find(filter, "rules")) {
+        std::string ruleCode = "<PayloadFilter>\n" + Base64Decode(rules->c_str()) + "</PayloadFilter>\n";
+        ZENT_LOG(6, L"ruleCode=>\n%S\n", ruleCode);
+        tinyxml2::XMLDocument scratch;
+        // The element stays in the document whatever the fragment holds.
+        if (scratch.Parse(ruleCode.c_str(), ruleCode.size()) != tinyxml2::XML_SUCCESS) {
+          ZENT_LOG(1, L"XML Parse failed for ruleCode\n");
+        } else if (scratch.FirstChild() == nullptr) {
+          ZENT_LOG(1, L"XML read failed for ruleCode\n");
+        } else if (const XMLElement* wrapper = scratch.FirstChildElement("PayloadFilter")) {
+          for (const XMLElement* child = wrapper->FirstChildElement(); child != nullptr;
+               child = child->NextSiblingElement())
+            element->InsertEndChild(child->DeepClone(&document));
+        }
+      }
+
+      std::string interfaces = GetInterfaceMask(rawConfig, interfaceIds);
+      if (!interfaces.empty()) element->SetAttribute("interfaces", interfaces.c_str());
+
+      ZENT_LOG(6, L"Dpi filter added: ID(%S)\n", filterId);
+    }
+  }
+}
