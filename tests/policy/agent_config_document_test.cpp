@@ -53,12 +53,19 @@ class AgentConfigDocument : public PolicyTest {
 const char kFirewallOnly[] =
     "<AgentConfiguration><Features><Feature name=\"FW\" state=\"1\"/></Features></AgentConfiguration>";
 
+// The features live in AgentConfiguration, whose presence brings the three
+// settings with their default "false".
+const char kFirewallOnlyDocument[] =
+    "<fset>\n"
+    "    <SystemSetting name=\"allowEncryptedDataCollection\" value=\"false\"/>\n"
+    "    <SystemSetting name=\"networkDriverGlobalDetectOnlyMode\" value=\"false\"/>\n"
+    "    <SystemSetting name=\"vulnerabilityShieldPassiveMode\" value=\"false\"/>\n"
+    "    <PacketEngine/>\n"
+    "</fset>\n";
+
 TEST_F(AgentConfigDocument, FirewallOnAndNothingElseGivesAnEmptyPacketEngine) {
   ASSERT_EQ(Translate(kFirewallOnly), 0);
-  EXPECT_EQ(ReadBytes(output_),
-            "<fset>\n"
-            "    <PacketEngine/>\n"
-            "</fset>\n");
+  EXPECT_EQ(ReadBytes(output_), kFirewallOnlyDocument);
 }
 
 TEST_F(AgentConfigDocument, SystemSettingsComeFirstInKeyOrder) {
@@ -105,7 +112,7 @@ TEST_F(AgentConfigDocument, EncryptedFileDecryptsToTheClearDocument) {
   s_Settings.s_bConfigEncrypt = true;
   ASSERT_EQ(Translate(kFirewallOnly), 0);
   std::string bytes = ReadBytes(output_);
-  const std::string clear = "<fset>\n    <PacketEngine/>\n</fset>\n";
+  const std::string clear = kFirewallOnlyDocument;
   ASSERT_EQ(bytes.size(), 24 + 16 * (clear.size() / 16 + 1));
   EXPECT_EQ(bytes.substr(0, 8), "Salted__");
   std::string text, error;

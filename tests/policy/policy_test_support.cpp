@@ -5,6 +5,7 @@
 
 #include "eventlog/cache_parameters.h"
 #include "service/debug_log.h"
+#include "support/scratch_file.h"
 
 std::string PolicyDocument(const std::string& body) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Message><Request><SecurityConfiguration>\n" + body +
@@ -12,7 +13,7 @@ std::string PolicyDocument(const std::string& body) {
 }
 
 int LoadPolicyText(RawConfig& rawConfig, const std::string& xml) {
-  FILE* file = std::tmpfile();
+  FILE* file = OpenScratchFile();
   EXPECT_NE(file, nullptr);
   if (file == nullptr) return -2;
   std::fwrite(xml.data(), 1, xml.size(), file);
@@ -52,7 +53,7 @@ void PolicyTest::SetUp() {
   s_NumberOfOldCopies = 7;
   s_LogRecordMapMaxSize = 128;
   s_LogFlushLogInterval = 60000;
-  FILE* file = std::tmpfile();
+  FILE* file = OpenScratchFile();
   ASSERT_NE(file, nullptr);
   s_DebugLog.stream = file;
   s_DebugLog.logSize = 0;

@@ -1,6 +1,7 @@
 // The debug log writer: whole lines, byte for byte, as the log file and the
 // debugger receive them.
 #include "service/debug_log.h"
+#include "support/scratch_file.h"
 
 #include <gtest/gtest.h>
 
@@ -41,7 +42,7 @@ class DebugLogWriter : public ::testing::Test {
  protected:
   void SetUp() override {
     s_Settings = ZentSettings{};
-    file_ = std::tmpfile();
+    file_ = OpenScratchFile();
     ASSERT_NE(file_, nullptr);
     s_DebugLog.stream = file_;
     s_DebugLog.logSize = 0;

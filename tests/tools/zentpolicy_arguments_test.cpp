@@ -37,7 +37,27 @@ TEST(ZentpolicyArguments, DecryptWithTwoFilesIsAUsageError) {
 
 TEST(ZentpolicyArguments, UnknownSubcommandIsAUsageError) {
   EXPECT_EQ(ParseZentpolicyArguments({"encrypt", "a.xml"}).error,
-            "unknown subcommand 'encrypt': zentpolicy decrypt FILE, or zentpolicy --help");
+            "unknown subcommand 'encrypt': zentpolicy translate POLICY, zentpolicy decrypt FILE, or zentpolicy --help");
+}
+
+TEST(ZentpolicyArguments, TranslateTakesItsOptionsAroundThePolicy) {
+  ZentpolicyOptions o = ParseZentpolicyArguments({"translate", "--encrypt", "p.xml", "-o", "out.xml",
+                                                  "--interfaces", "host.json", "--log-level", "6"})
+                            .options;
+  EXPECT_EQ(o.action, Action::Translate);
+  EXPECT_EQ(o.file, "p.xml");
+  EXPECT_EQ(o.output, "out.xml");
+  EXPECT_TRUE(o.encrypt);
+  EXPECT_EQ(o.interfaces, "host.json");
+  EXPECT_EQ(o.logLevel, 6);
+}
+
+TEST(ZentpolicyArguments, TranslateRefusesABadLogLevelAndAMissingValue) {
+  EXPECT_EQ(ParseZentpolicyArguments({"translate", "p.xml", "--log-level", "7"}).error,
+            "--log-level takes 0 to 6, not '7'");
+  EXPECT_EQ(ParseZentpolicyArguments({"translate", "p.xml", "-o"}).error, "-o needs a value");
+  EXPECT_EQ(ParseZentpolicyArguments({"translate"}).error,
+            "translate needs a POLICY file: zentpolicy translate POLICY.xml");
 }
 
 TEST(ZentpolicyArguments, UnknownOptionIsAUsageError) {

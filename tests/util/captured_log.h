@@ -6,13 +6,14 @@
 #include <string>
 
 #include "service/debug_log.h"
+#include "support/scratch_file.h"
 
 class CapturedLog {
  public:
   explicit CapturedLog(int debugLevel) {
     s_Settings = ZentSettings{};
     s_Settings.DebugLevel = debugLevel;
-    s_DebugLog.stream = std::tmpfile();
+    s_DebugLog.stream = OpenScratchFile();
     s_DebugLog.logSize = 0;
   }
   ~CapturedLog() {
