@@ -4,7 +4,6 @@ service, with helpers to drive it and read what it did."""
 import os
 import re
 import shutil
-import struct
 import time
 from dataclasses import dataclass
 
@@ -33,10 +32,6 @@ class Reply:
     exit_code: int
     stdout: str
     raw: bytes  # the reply's 36 bytes, empty when none came
-
-    @property
-    def result(self):
-        return struct.unpack_from("<I", self.raw, 12)[0]
 
 
 class AgentHost:

@@ -4,9 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "policy_test_support.h"
@@ -14,13 +15,6 @@
 #include "util/wide_path_file.h"
 
 namespace {
-
-std::string ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 void WriteBytes(const std::string& path, const std::string& bytes) {
   std::ofstream out(path, std::ios::binary);
@@ -65,7 +59,7 @@ const char kFirewallOnlyDocument[] =
 
 TEST_F(AgentConfigDocument, FirewallOnAndNothingElseGivesAnEmptyPacketEngine) {
   ASSERT_EQ(Translate(kFirewallOnly), 0);
-  EXPECT_EQ(ReadBytes(output_), kFirewallOnlyDocument);
+  EXPECT_EQ(ReadFileBytes(output_), kFirewallOnlyDocument);
 }
 
 TEST_F(AgentConfigDocument, SystemSettingsComeFirstInKeyOrder) {
@@ -74,7 +68,7 @@ TEST_F(AgentConfigDocument, SystemSettingsComeFirstInKeyOrder) {
                       "<PacketFilterSetting networkDriverGlobalDetectOnlyMode=\"false\"/>"
                       "</AgentConfiguration>"),
             0);
-  std::string document = ReadBytes(output_);
+  std::string document = ReadFileBytes(output_);
   size_t allow = document.find("name=\"allowEncryptedDataCollection\"");
   size_t detect = document.find("name=\"networkDriverGlobalDetectOnlyMode\"");
   size_t passive = document.find("name=\"vulnerabilityShieldPassiveMode\"");
@@ -95,7 +89,7 @@ TEST_F(AgentConfigDocument, BothFeaturesOffIsRefusedAndWritesNothing) {
                       "<Feature name=\"DPI\" state=\"0\"/><Feature name=\"WQX\" state=\"1\"/></Features>"
                       "</AgentConfiguration>"),
             -1);
-  EXPECT_EQ(ReadBytes(output_), "previous document");
+  EXPECT_EQ(ReadFileBytes(output_), "previous document");
   std::vector<std::string> messages = LogMessages();
   EXPECT_NE(std::find(messages.begin(), messages.end(), "both FW and DPI are off, no need to update config"),
             messages.end());
@@ -105,13 +99,13 @@ TEST_F(AgentConfigDocument, BothFeaturesOffIsRefusedAndWritesNothing) {
 TEST_F(AgentConfigDocument, MissingPolicyGivesTheOpensErrorNumber) {
   RawConfig rawConfig;
   EXPECT_EQ(ParseRawConfigXml(rawConfig, WidePathFromUtf8(input_ + ".absent"), WidePathFromUtf8(output_)), ENOENT);
-  EXPECT_EQ(ReadBytes(output_), "");
+  EXPECT_EQ(ReadFileBytes(output_), "");
 }
 
 TEST_F(AgentConfigDocument, EncryptedFileDecryptsToTheClearDocument) {
   s_Settings.s_bConfigEncrypt = true;
   ASSERT_EQ(Translate(kFirewallOnly), 0);
-  std::string bytes = ReadBytes(output_);
+  std::string bytes = ReadFileBytes(output_);
   const std::string clear = kFirewallOnlyDocument;
   ASSERT_EQ(bytes.size(), 24 + 16 * (clear.size() / 16 + 1));
   EXPECT_EQ(bytes.substr(0, 8), "Salted__");

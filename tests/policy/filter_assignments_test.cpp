@@ -28,7 +28,7 @@ TEST_F(PolicyTest, AllAssignmentRecordsInterfaceZero) {
   s_Settings.DebugLevel = 6;
   RawConfig raw;
   ASSERT_EQ(
-      LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
+      LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                                 R"(<PayloadFilter2Assignment payloadFilter2Id="7" all="true"/>)")),
       0);
   ProcessPayloadFilters(raw);
@@ -42,7 +42,7 @@ TEST_F(PolicyTest, AllWinsOverAnInterfaceId) {
   RawConfig raw;
   AddWorkingInterface(raw, "3", "1", "2", {});
   ASSERT_EQ(
-      LoadPolicyQuietly(
+      LoadPolicyTextQuietly(
           raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                   R"(<PayloadFilter2Assignment payloadFilter2Id="7" all="true" interfaceId="3"/>)")),
       0);
@@ -53,7 +53,7 @@ TEST_F(PolicyTest, AllWinsOverAnInterfaceId) {
 TEST_F(PolicyTest, AllIsTrueOnlyForTheExactText) {
   RawConfig raw;
   ASSERT_EQ(
-      LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
+      LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                                 R"(<PayloadFilter2Assignment payloadFilter2Id="7" all="True"/>)")),
       0);
   ProcessPayloadFilters(raw);
@@ -63,7 +63,7 @@ TEST_F(PolicyTest, AllIsTrueOnlyForTheExactText) {
 TEST_F(PolicyTest, InterfaceIdInTheWorkingMapBindsThatInterface) {
   RawConfig raw;
   AddWorkingInterface(raw, "3", "1", "2", {});
-  ASSERT_EQ(LoadPolicyQuietly(
+  ASSERT_EQ(LoadPolicyTextQuietly(
                 raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                         R"(<PayloadFilter2Assignment payloadFilter2Id="7" interfaceId="003"/>)")),
             0);
@@ -76,7 +76,7 @@ TEST_F(PolicyTest, InterfaceIdNotInTheWorkingMapIsLoggedAndLeftOut) {
   RawConfig raw;
   AddWorkingInterface(raw, "3", "1", "2", {});
   ASSERT_EQ(
-      LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
+      LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                                 R"(<PayloadFilter2Assignment payloadFilter2Id="7" interfaceId="4"/>)")),
       0);
   ProcessPayloadFilters(raw);
@@ -91,7 +91,7 @@ TEST_F(PolicyTest, InterfaceTypeMatchingTwoInterfacesBindsTheFirstInByteOrder) {
   AddWorkingInterface(raw, "9", "4", "1", {});
   AddWorkingInterface(raw, "10", "4", "2", {});
   AddWorkingInterface(raw, "2", "5", "3", {});
-  ASSERT_EQ(LoadPolicyQuietly(
+  ASSERT_EQ(LoadPolicyTextQuietly(
                 raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                         R"(<PayloadFilter2Assignment payloadFilter2Id="7" interfaceTypeId="4"/>)")),
             0);
@@ -106,7 +106,7 @@ TEST_F(PolicyTest, InterfaceTypeSkipsAnInterfaceWithoutId) {
   AddWorkingInterface(raw, "1", "4", "1", {});
   raw.workingIfMap["1"]->erase("id");
   AddWorkingInterface(raw, "2", "4", "2", {});
-  ASSERT_EQ(LoadPolicyQuietly(
+  ASSERT_EQ(LoadPolicyTextQuietly(
                 raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                         R"(<PayloadFilter2Assignment payloadFilter2Id="7" interfaceTypeId="4"/>)")),
             0);
@@ -119,7 +119,7 @@ TEST_F(PolicyTest, IpIdBindsTheFilterToTheIpOfAnyWorkingInterface) {
   RawConfig raw;
   AddWorkingInterface(raw, "1", "4", "1", {"20"});
   AddWorkingInterface(raw, "2", "4", "2", {"21", "22"});
-  ASSERT_EQ(LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                                       R"(<PayloadFilter2Assignment payloadFilter2Id="7" ipId="22"/>)")),
             0);
   ProcessPayloadFilters(raw);
@@ -132,7 +132,7 @@ TEST_F(PolicyTest, IpIdsAreLookedForUpToTheFirstMissingOrdinal) {
   RawConfig raw;
   AddWorkingInterface(raw, "1", "4", "1", {"20"});
   (*raw.workingIfMap["1"])["IPs.IP.2.id"] = "22";
-  ASSERT_EQ(LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                                       R"(<PayloadFilter2Assignment payloadFilter2Id="7" ipId="22"/>)")),
             0);
   ProcessPayloadFilters(raw);
@@ -143,7 +143,7 @@ TEST_F(PolicyTest, AssignmentWithoutAnyTargetDoesNothing) {
   RawConfig raw;
   AddWorkingInterface(raw, "1", "4", "1", {"20"});
   ASSERT_EQ(
-      LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
+      LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                                 R"(<PayloadFilter2Assignment payloadFilter2Id="7" all="false"/>)")),
       0);
   ProcessPayloadFilters(raw);
@@ -154,7 +154,7 @@ TEST_F(PolicyTest, AssignmentWithoutAnyTargetDoesNothing) {
 
 TEST_F(PolicyTest, AssignmentOfAnUnknownFilterSaysPayloadForPacketFiltersToo) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, PolicyDocument(R"(<HostFilters><PacketFilterAssignments>
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PolicyDocument(R"(<HostFilters><PacketFilterAssignments>
       <PacketFilterAssignment packetFilterId="8" all="true"/>
       </PacketFilterAssignments></HostFilters>)")),
             0);
@@ -169,7 +169,7 @@ TEST_F(PolicyTest, AssignmentOfAnUnknownFilterSaysPayloadForPacketFiltersToo) {
 TEST_F(PolicyTest, PacketFiltersAreLoggedWithTheirOwnTag) {
   s_Settings.DebugLevel = 6;
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, PolicyDocument(R"(<PacketFilters><PacketFilter id="8"/></PacketFilters>
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PolicyDocument(R"(<PacketFilters><PacketFilter id="8"/></PacketFilters>
       <HostFilters><PacketFilterAssignments>
       <PacketFilterAssignment packetFilterId="8" all="true"/>
       </PacketFilterAssignments></HostFilters>)")),
@@ -181,7 +181,7 @@ TEST_F(PolicyTest, PacketFiltersAreLoggedWithTheirOwnTag) {
 
 TEST_F(PolicyTest, BadNumberInAnAllAssignmentFailsTheTranslation) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(
+  ASSERT_EQ(LoadPolicyTextQuietly(
                 raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                         R"(<PayloadFilter2Assignment payloadFilter2Id="7" all="true" ipId="x"/>)")),
             0);
@@ -193,7 +193,7 @@ TEST_F(PolicyTest, BadNumberInAnAllAssignmentFailsTheTranslation) {
 TEST_F(PolicyTest, BadTypeIdOfAWorkingInterfaceFailsTheTranslation) {
   RawConfig raw;
   AddWorkingInterface(raw, "1", "z", "1", {});
-  ASSERT_EQ(LoadPolicyQuietly(
+  ASSERT_EQ(LoadPolicyTextQuietly(
                 raw, PayloadAssignments(R"(<PayloadFilter2 id="7"/>)",
                                         R"(<PayloadFilter2Assignment payloadFilter2Id="7" interfaceTypeId="4"/>)")),
             0);
@@ -221,7 +221,7 @@ TEST_F(PolicyTest, IpIdWinsOverInterfaceIdInAddFilter) {
 
 TEST_F(PolicyTest, EmptyWorkingMapLeavesOnlyAllAssignments) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="1"/><PayloadFilter2 id="2"/>
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PayloadAssignments(R"(<PayloadFilter2 id="1"/><PayloadFilter2 id="2"/>
       <PayloadFilter2 id="3"/><PayloadFilter2 id="4"/>)",
                                                       R"(<PayloadFilter2Assignment payloadFilter2Id="1" all="true"/>
       <PayloadFilter2Assignment payloadFilter2Id="2" interfaceId="5"/>

@@ -13,11 +13,3 @@ void AddWorkingInterface(RawConfig& rawConfig, const std::string& id, const std:
   for (size_t n = 0; n < ipIds.size(); ++n) (*attrs)["IPs.IP." + std::to_string(n) + ".id"] = ipIds[n];
   InsertAttrMap(rawConfig.workingIfMap, id, std::move(attrs));
 }
-
-int LoadPolicyQuietly(RawConfig& rawConfig, const std::string& xml) {
-  int level = s_Settings.DebugLevel;
-  s_Settings.DebugLevel = 0;
-  int result = LoadPolicyText(rawConfig, xml);
-  s_Settings.DebugLevel = level;
-  return result;
-}

@@ -1,6 +1,5 @@
 // Inputs of the tests of the writers that bind filters to interfaces:
-// interfaces of workingIfMap as the interface join leaves them, and policies
-// loaded without the loader's own log lines.
+// interfaces of workingIfMap as the interface join leaves them.
 #pragma once
 
 #include <string>
@@ -12,7 +11,3 @@
 // "IPs.IP.n.id".
 void AddWorkingInterface(RawConfig& rawConfig, const std::string& id, const std::string& typeId,
                          const std::string& driverId, const std::vector<std::string>& ipIds);
-
-// LoadPolicyText with the debug log silenced meanwhile, so that the log
-// holds only what the writer under test says.
-int LoadPolicyQuietly(RawConfig& rawConfig, const std::string& xml);

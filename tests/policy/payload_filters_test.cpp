@@ -50,7 +50,7 @@ class PayloadFilters : public PolicyTest {
   // The section written for a policy text.
   std::string SectionFor(const std::string& policy) {
     RawConfig raw;
-    EXPECT_EQ(LoadPolicyQuietly(raw, policy), 0);
+    EXPECT_EQ(LoadPolicyTextQuietly(raw, policy), 0);
     return WritePayloadSection(raw);
   }
 };
@@ -59,7 +59,7 @@ TEST_F(PayloadFilters, AllAttributesInTheirOrderWithRuleChildren) {
   RawConfig raw;
   AddWorkingInterface(raw, "3", "1", "2", {});
   // rules: <match pattern="GET"/>\n<action drop="1"/>\n
-  ASSERT_EQ(LoadPolicyQuietly(
+  ASSERT_EQ(LoadPolicyTextQuietly(
                 raw, PayloadPolicy(R"(<PayloadFilter2 rules="PG1hdGNoIHBhdHRlcm49IkdFVCIvPgo8YWN0aW9uIGRyb3A9IjEiLz4K"
       ruleContextId="50" logPacketDrop="true" logFirstPduTimeout="60" connectionTypeId="5" priority="0"
       name="web" id="1"/>)",
@@ -110,7 +110,7 @@ TEST_F(PayloadFilters, MissingPriorityIsLoggedInEachOfTheFourPasses) {
 
 TEST_F(PayloadFilters, BadPriorityFailsTheTranslationAndWritesNothing) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, PayloadPolicy(R"(<PayloadFilter2 id="1" priority="high"/>)",
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PayloadPolicy(R"(<PayloadFilter2 id="1" priority="high"/>)",
                                                  R"(<PayloadFilter2Assignment payloadFilter2Id="1" all="true"/>)")),
             0);
   EXPECT_EQ(WritePayloadSection(raw), "<fset/>\n");
@@ -120,7 +120,7 @@ TEST_F(PayloadFilters, BadPriorityFailsTheTranslationAndWritesNothing) {
 TEST_F(PayloadFilters, FilterAssignedByIpIdAloneIsWrittenNowhere) {
   RawConfig raw;
   AddWorkingInterface(raw, "3", "1", "2", {"20"});
-  ASSERT_EQ(LoadPolicyQuietly(raw, PayloadPolicy(R"(<PayloadFilter2 id="1" priority="0"/>)",
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, PayloadPolicy(R"(<PayloadFilter2 id="1" priority="0"/>)",
                                                  R"(<PayloadFilter2Assignment payloadFilter2Id="1" ipId="20"/>)")),
             0);
   EXPECT_EQ(WritePayloadSection(raw), "<fset/>\n");
@@ -131,7 +131,7 @@ TEST_F(PayloadFilters, InterfaceTypeMatchingTwoInterfacesGivesOneBit) {
   AddWorkingInterface(raw, "1", "4", "2", {});
   AddWorkingInterface(raw, "2", "4", "5", {});
   ASSERT_EQ(
-      LoadPolicyQuietly(raw, PayloadPolicy(R"(<PayloadFilter2 id="1" priority="0"/>)",
+      LoadPolicyTextQuietly(raw, PayloadPolicy(R"(<PayloadFilter2 id="1" priority="0"/>)",
                                            R"(<PayloadFilter2Assignment payloadFilter2Id="1" interfaceTypeId="4"/>)")),
       0);
   EXPECT_EQ(WritePayloadSection(raw),
@@ -158,7 +158,7 @@ TEST_F(PayloadFilters, EmptyWorkingMapLeavesElementsOfAllAssignmentsOnly) {
 // it was given, though no conType element has it.
 TEST_F(PayloadFilters, ConnectionSkippedByTheConnectionWriterStillGivesItsCtype) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, OneFilter(R"(connectionTypeId="6")",
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, OneFilter(R"(connectionTypeId="6")",
                                              R"(<ConnectionTypes><ConnectionType id="6"/></ConnectionTypes>)")),
             0);
   SetCtype(raw, "6", "7");
@@ -199,7 +199,7 @@ TEST_F(PayloadFilters, ConnectionWithoutCtypeIsLoggedAndTheElementStays) {
 
 TEST_F(PayloadFilters, DisableLogEndsTheListAndNothingAfterItIsRead) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, OneFilter(R"(disableLog="true" logPacketDrop="true" includePacketData="true"
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, OneFilter(R"(disableLog="true" logPacketDrop="true" includePacketData="true"
       logFirstPduTimeout="bad" connectionTypeId="6")",
                                              R"(<ConnectionTypes><ConnectionType id="6"/></ConnectionTypes>)")),
             0);
@@ -213,7 +213,7 @@ TEST_F(PayloadFilters, DisableLogEndsTheListAndNothingAfterItIsRead) {
 
 TEST_F(PayloadFilters, PacketDataLeavesTheFirstPduTimeoutUnread) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, OneFilter(R"(includePacketData="true" logFirstPduTimeout="60")")), 0);
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, OneFilter(R"(includePacketData="true" logFirstPduTimeout="60")")), 0);
   EXPECT_EQ(WritePayloadSection(raw),
             "<fset>\n"
             "    <PayloadFilter id=\"1\" log=\"data\"/>\n"
@@ -222,7 +222,7 @@ TEST_F(PayloadFilters, PacketDataLeavesTheFirstPduTimeoutUnread) {
 
 TEST_F(PayloadFilters, PacketDataLeavesABadFirstPduTimeoutUnread) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, OneFilter(R"(includePacketData="true" logFirstPduTimeout="soon")")), 0);
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, OneFilter(R"(includePacketData="true" logFirstPduTimeout="soon")")), 0);
   WritePayloadSection(raw);
   EXPECT_FALSE(raw.badNumber);
 }
@@ -250,7 +250,7 @@ TEST_F(PayloadFilters, FirstPduIntervalIsRebuiltFromTheNumber) {
 
 TEST_F(PayloadFilters, BadFirstPduTimeoutFailsTheTranslation) {
   RawConfig raw;
-  ASSERT_EQ(LoadPolicyQuietly(raw, OneFilter(R"(logFirstPduTimeout="soon")")), 0);
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, OneFilter(R"(logFirstPduTimeout="soon")")), 0);
   WritePayloadSection(raw);
   EXPECT_TRUE(raw.badNumber);
 }

@@ -12,14 +12,7 @@ namespace {
 using namespace std::string_literals;
 
 PlatformAdapter Ethernet(const std::string& address, const std::string& name = "Ethernet") {
-  PlatformAdapter adapter;
-  adapter.ifType = 6;
-  adapter.address = address;
-  adapter.name = name;
-  adapter.friendlyName = std::u16string(name.begin(), name.end());
-  adapter.mtu = 1500;
-  adapter.up = true;
-  return adapter;
+  return EthernetAdapter(address, name);
 }
 
 PlatformAdapter DialUp(const std::string& name) {

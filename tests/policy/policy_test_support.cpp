@@ -31,6 +31,28 @@ int LoadPolicyTextQuietly(RawConfig& rawConfig, const std::string& xml) {
   return result;
 }
 
+std::string ReadFileBytes(const std::string& path) {
+  std::string bytes;
+  if (FILE* file = std::fopen(path.c_str(), "rb")) {
+    char buffer[4096];
+    size_t count;
+    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
+    std::fclose(file);
+  }
+  return bytes;
+}
+
+PlatformAdapter EthernetAdapter(const std::string& address, const std::string& name) {
+  PlatformAdapter adapter;
+  adapter.ifType = 6;
+  adapter.address = address;
+  adapter.name = name;
+  adapter.friendlyName = std::u16string(name.begin(), name.end());
+  adapter.mtu = 1500;
+  adapter.up = true;
+  return adapter;
+}
+
 int LoadPolicyFile(RawConfig& rawConfig, const char* name) {
   std::string path = std::string(ZENT_POLICY_DATA) + name;
   FILE* file = std::fopen(path.c_str(), "rb");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "policy/load_raw_config_xml_file.h"
+#include "policy/platform_interfaces.h"
 #include "service/settings.h"
 
 // body inside Message, Request, SecurityConfiguration.
@@ -20,6 +21,12 @@ int LoadPolicyText(RawConfig& rawConfig, const std::string& xml);
 int LoadPolicyTextQuietly(RawConfig& rawConfig, const std::string& xml);
 // Loads a policy file of tests/policy/data.
 int LoadPolicyFile(RawConfig& rawConfig, const char* name);
+
+// A whole file's bytes; empty when it cannot be read.
+std::string ReadFileBytes(const std::string& path);
+
+// An Ethernet adapter that is up, MTU 1500, its friendly name in ASCII.
+PlatformAdapter EthernetAdapter(const std::string& address, const std::string& name);
 
 // The keys of a map, in iteration order.
 std::vector<std::string> Keys(const AttrMapIndex& map);

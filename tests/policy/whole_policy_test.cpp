@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "policy/agent_config_document.h"
@@ -17,21 +15,8 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
 PlatformAdapter Ethernet(const std::string& address, const std::string& name, const std::string& ip) {
-  PlatformAdapter adapter;
-  adapter.ifType = 6;
-  adapter.address = address;
-  adapter.name = name;
-  adapter.friendlyName = std::u16string(name.begin(), name.end());
-  adapter.mtu = 1500;
-  adapter.up = true;
+  PlatformAdapter adapter = EthernetAdapter(address, name);
   adapter.unicastAddresses = {ip};
   return adapter;
 }
@@ -67,7 +52,7 @@ TEST_F(WholePolicy, ClearDocumentIsTheOneWrittenByHand) {
   ASSERT_EQ(ParseRawConfigXml(rawConfig, WidePathFromUtf8(ZENT_POLICY_DATA "whole_policy.xml"),
                               WidePathFromUtf8(output_)),
             0);
-  EXPECT_EQ(ReadBytes(output_), ReadBytes(ZENT_POLICY_DATA "whole_policy_expected.xml"));
+  EXPECT_EQ(ReadFileBytes(output_), ReadFileBytes(ZENT_POLICY_DATA "whole_policy_expected.xml"));
 }
 
 }  // namespace
