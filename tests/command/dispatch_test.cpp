@@ -23,6 +23,12 @@ TEST(TestCommandSet, NotifyAndPing) {
   EXPECT_EQ(SelectPipeHandler(101, true), PipeHandler::PipeCmdPing);
 }
 
+TEST(TestCommandSet, MultiCommandDocument) { EXPECT_EQ(SelectPipeHandler(107, true), PipeHandler::PipeCmdMulti); }
+
+TEST(ProductionCommandSet, MultiCommandDocumentIsUnknown) {
+  EXPECT_EQ(SelectPipeHandler(107, false), PipeHandler::PipeCmdUnknown);
+}
+
 TEST(TestCommandSet, SelfProtectionAndStopAreUnknown) {
   EXPECT_EQ(SelectPipeHandler(2, true), PipeHandler::PipeCmdUnknown);
   EXPECT_EQ(SelectPipeHandler(3, true), PipeHandler::PipeCmdUnknown);

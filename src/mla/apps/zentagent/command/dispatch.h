@@ -8,6 +8,7 @@ enum class PipeHandler {
   HandleSelfProtectionStatus,
   HandleStopService,
   PipeCmdPing,
+  PipeCmdMulti,
   PipeCmdUnknown,
 };
 

@@ -1,0 +1,3 @@
+#include "policy/deployment_lock.h"
+
+std::mutex g_DeploymentLock;
