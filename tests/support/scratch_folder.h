@@ -7,14 +7,16 @@
 #ifdef _WIN32
 #include <windows.h>
 
+// No dot in the name: the agent numbers its per-command files before the
+// first dot of the whole path.
 inline std::wstring MakeScratchFolder() {
-  wchar_t folder[MAX_PATH];
-  wchar_t path[MAX_PATH];
-  GetTempPathW(MAX_PATH, folder);
-  GetTempFileNameW(folder, L"zs", 0, path);
-  DeleteFileW(path);
-  CreateDirectoryW(path, nullptr);
-  return path;
+  static int count = 0;
+  wchar_t temp[MAX_PATH];
+  GetTempPathW(MAX_PATH, temp);
+  std::wstring folder = std::wstring(temp) + L"zs" + std::to_wstring(GetCurrentProcessId()) + L"_" +
+                        std::to_wstring(GetTickCount()) + L"_" + std::to_wstring(++count);
+  CreateDirectoryW(folder.c_str(), nullptr);
+  return folder;
 }
 #else
 #include <cstdlib>
