@@ -1,9 +1,9 @@
 // mli.dll's stand-in as the driver's rule set: it takes a rule file of the
 // compiler's form, keeps it where tests read it back, and refuses on demand.
-#include <openssl/evp.h>
 #include <windows.h>
 
 #include "platform/mli.h"
+#include "rule_file_bytes.h"
 #include "stand_in_key.h"
 
 #include <gtest/gtest.h>
@@ -15,24 +15,7 @@ namespace {
 
 using zentsim::testing::SimScope;
 using zentsim::testing::StandInKey;
-
-void PutUint32(std::string& out, uint32_t value) {
-  for (int i = 0; i < 4; ++i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
-}
-
-// A rule file written from its layout: "ZRBF", version, count, length,
-// SHA-256 of the rules, the rules.
-std::string RuleFile(const std::string& rules, uint32_t count, uint32_t version = 1) {
-  std::string file = "ZRBF";
-  PutUint32(file, version);
-  PutUint32(file, count);
-  PutUint32(file, static_cast<uint32_t>(rules.size()));
-  unsigned char digest[32];
-  unsigned int size = 0;
-  EVP_Digest(rules.data(), rules.size(), digest, &size, EVP_sha256(), nullptr);
-  file.append(reinterpret_cast<const char*>(digest), 32);
-  return file + rules;
-}
+using zentsim::testing::RuleFileBytes;
 
 const std::string kRules = "SystemSetting name=\"a\" value=\"1\"\nPacketEngine\n";
 
@@ -55,7 +38,7 @@ class MliRuleSet : public ::testing::Test {
 };
 
 TEST_F(MliRuleSet, LoadKeepsTheRuleFileAsTheRulesInForce) {
-  std::string file = RuleFile(kRules, 2);
+  std::string file = RuleFileBytes(kRules, 2);
   EXPECT_EQ(Load(file), 0);
   EXPECT_EQ(mli.Binary(L"LoadedRuleFile"), file);
   EXPECT_EQ(mli.Dword(L"LoadedRuleCount"), 2u);
@@ -70,41 +53,41 @@ TEST_F(MliRuleSet, LoadRefusesBytesThatAreNoRuleFile) {
 }
 
 TEST_F(MliRuleSet, LoadRefusesAnotherVersion) {
-  EXPECT_EQ(Load(RuleFile(kRules, 2, 2)), -1);
+  EXPECT_EQ(Load(RuleFileBytes(kRules, 2, 2)), -1);
   EXPECT_EQ(Error(), "rule file version 2 not supported");
 }
 
 TEST_F(MliRuleSet, LoadRefusesChangedRules) {
-  std::string file = RuleFile(kRules, 2);
+  std::string file = RuleFileBytes(kRules, 2);
   file[file.size() - 3] = 'X';
   EXPECT_EQ(Load(file), -1);
   EXPECT_EQ(Error(), "rule file digest differs");
 }
 
 TEST_F(MliRuleSet, LoadRefusesACutFile) {
-  std::string file = RuleFile(kRules, 2);
+  std::string file = RuleFileBytes(kRules, 2);
   file.pop_back();
   EXPECT_EQ(Load(file), -1);
   EXPECT_EQ(Error(), "rule file length differs");
 }
 
 TEST_F(MliRuleSet, LoadRefusesAWrongRuleCount) {
-  EXPECT_EQ(Load(RuleFile(kRules, 3)), -1);
+  EXPECT_EQ(Load(RuleFileBytes(kRules, 3)), -1);
   EXPECT_EQ(Error(), "rule count differs");
 }
 
 TEST_F(MliRuleSet, LoadConfigFailsKnobIsTheResultAndKeepsTheEarlierRules) {
-  std::string first = RuleFile(kRules, 2);
+  std::string first = RuleFileBytes(kRules, 2);
   ASSERT_EQ(Load(first), 0);
   mli.Set(L"LoadConfigFails", 1359);
-  EXPECT_EQ(Load(RuleFile("PacketEngine\n", 1)), 1359);
+  EXPECT_EQ(Load(RuleFileBytes("PacketEngine\n", 1)), 1359);
   EXPECT_EQ(Error(), "rule file refused by driver");
   EXPECT_EQ(mli.Binary(L"LoadedRuleFile"), first);
   EXPECT_EQ(mli.Dword(L"ConfigLoads"), 1u);
 }
 
 TEST_F(MliRuleSet, ClearRemovesTheRules) {
-  ASSERT_EQ(Load(RuleFile(kRules, 2)), 0);
+  ASSERT_EQ(Load(RuleFileBytes(kRules, 2)), 0);
   EXPECT_EQ(mli_clear_config(handle), 0);
   EXPECT_EQ(mli.Binary(L"LoadedRuleFile"), std::nullopt);
   EXPECT_EQ(mli.Dword(L"LoadedRuleCount"), std::nullopt);
@@ -112,7 +95,7 @@ TEST_F(MliRuleSet, ClearRemovesTheRules) {
 }
 
 TEST_F(MliRuleSet, ClearConfigFailsKnobIsTheResultAndKeepsTheRules) {
-  std::string file = RuleFile(kRules, 2);
+  std::string file = RuleFileBytes(kRules, 2);
   ASSERT_EQ(Load(file), 0);
   mli.Set(L"ClearConfigFails", 31);
   EXPECT_EQ(mli_clear_config(handle), 31);
