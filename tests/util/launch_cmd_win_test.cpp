@@ -60,14 +60,16 @@ TEST_F(LaunchCmd, MissingProgramGivesFalseAndTheWindowsError) {
 
 TEST_F(LaunchCmd, NullArgumentsGiveTheQuotedProgramAlone) {
   ASSERT_TRUE(utilProcess::LaunchCmd(Child().c_str(), nullptr, &exitCode, output));
-  std::string path(Child().begin(), Child().end());
-  EXPECT_EQ(output, "\"" + path + "\"");
+  std::wstring child = Child();
+  EXPECT_EQ(output, "\"" + std::string(child.begin(), child.end()) + "\"");
 }
 
 TEST_F(LaunchCmd, CommandLineIsTheQuotedProgramABlankAndTheArguments) {
-  std::string path(Child().begin(), Child().end());
-  ASSERT_TRUE(utilProcess::LaunchCmd(Child().c_str(), nullptr, &exitCode, output));
-  EXPECT_NE(log.Text().find("] PrepAndLaunchRedirectedChild: \"" + path + "\", stdout("), std::string::npos)
+  std::wstring child = Child();
+  ASSERT_TRUE(utilProcess::LaunchCmd(child.c_str(), L"text x", &exitCode, output));
+  EXPECT_NE(log.Text().find("] PrepAndLaunchRedirectedChild: \"" + std::string(child.begin(), child.end()) +
+                            "\" text x, stdout("),
+            std::string::npos)
       << log.Text();
 }
 
