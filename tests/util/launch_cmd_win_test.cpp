@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <tlhelp32.h>
+
+#include <atomic>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "captured_log.h"
 #include "support/temp_folder_win.h"
@@ -27,6 +31,23 @@ std::string Many(const char* tag, size_t count) {
   }
   bytes.resize(count);
   return bytes;
+}
+
+// Ends every process this test process started, as an operator would end a
+// tool that hangs.
+void EndChildren(UINT exitCode) {
+  HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
+  PROCESSENTRY32W entry = {};
+  entry.dwSize = sizeof entry;
+  for (BOOL more = Process32FirstW(snapshot, &entry); more; more = Process32NextW(snapshot, &entry)) {
+    if (entry.th32ParentProcessID != GetCurrentProcessId()) continue;
+    HANDLE process = OpenProcess(PROCESS_TERMINATE, FALSE, entry.th32ProcessID);
+    if (process != nullptr) {
+      TerminateProcess(process, exitCode);
+      CloseHandle(process);
+    }
+  }
+  CloseHandle(snapshot);
 }
 
 class LaunchCmd : public ::testing::Test {
@@ -101,6 +122,31 @@ TEST_F(LaunchCmd, MuchOutputOnBothStreamsWithinThePipeBuffer) {
   ASSERT_TRUE(utilProcess::LaunchCmd(Child().c_str(), L"out 460800 err 460800 exit 7", &exitCode, output));
   EXPECT_EQ(exitCode, 7u);
   EXPECT_EQ(output, Many("o", 460800) + Many("e", 460800));
+}
+
+TEST_F(LaunchCmd, OutputOfExactlyThePipeBufferFits) {
+  ASSERT_TRUE(utilProcess::LaunchCmd(Child().c_str(), L"out 524288 err 524288", &exitCode, output));
+  EXPECT_EQ(output, Many("o", 524288) + Many("e", 524288));
+}
+
+TEST_F(LaunchCmd, OutputBeyondThePipeBufferHoldsTheLaunchUntilTheChildIsEnded) {
+  // The agent reads only once the child has ended; one byte more than the
+  // pipe holds blocks the child's write, and so the agent's wait, for as
+  // long as the child lives.
+  std::atomic<bool> returned{false};
+  bool result = false;
+  std::thread launch([&] {
+    result = utilProcess::LaunchCmd(Child().c_str(), L"out 524288 err 524289", &exitCode, output);
+    returned = true;
+  });
+  Sleep(3000);
+  EXPECT_FALSE(returned);
+  EndChildren(77);
+  launch.join();
+  EXPECT_TRUE(result);
+  EXPECT_EQ(exitCode, 77u);
+  // The blocked write never reached the pipe.
+  EXPECT_EQ(output, Many("o", 524288));
 }
 
 TEST_F(LaunchCmd, TheReadAfterTheChildEndsIsLogged) {
