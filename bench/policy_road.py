@@ -21,13 +21,14 @@ import re
 import statistics
 import sys
 import tempfile
+import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
 
 from agent_host import AgentHost  # noqa: E402
 from winehost import build_file, end_session, keep_session, run, windows_path  # noqa: E402
 
-FILTERS = 10000
+FILTERS = int(os.environ.get("ZENT_ROAD_FILTERS", "10000"))
 RUNS = 3
 STAMP = r"(\d{4}:\d{2}:\d{2}-\d{2}:\d{2}:\d{2}:\d{3}) \[[ 0-9A-F]+\]\[ZTENG\]\[\w+:\d+\] "
 MARKS = ("command size=36, data size=", "PrepAndLaunchRedirectedChild: ", "WaitForSingleObject result=",
@@ -45,7 +46,9 @@ def deploy(agent, policy_path):
     done = run([build_file("tools/zentctl.exe"), "send", "set-raw-config", "--data", windows_path(policy_path),
                 "--timeout", "600000"])
     if done.exit_code != 0 or "Result:     0" not in done.stdout:
-        raise SystemExit(f"deployment failed ({done.exit_code}): {done.stdout}")
+        time.sleep(2)
+        lines = [line for line in agent.log()[start:].split("\r\n") if "] FetchData" not in line]
+        raise SystemExit(f"deployment failed ({done.exit_code}): {done.stdout}\n" + "\n".join(lines[-40:]))
     agent.log_start = start
     agent.wait_for_log(r"config has been loaded: ")
     text = agent.log()[start:]

@@ -48,7 +48,7 @@ const std::map<std::string, ElementShape>& PacketEngineShapes() {
       {"PortList", {0, {"id"}, {"id"}}},
       {"Schedule", {0, {"id"}, {"id"}}},
       {"LoggingPolicy", {0, {"id"}, {"id"}}},
-      {"packetFilter", {0, {"id"}, {"id", "action", "packetDirection", "interfaces"}}},
+      {"packetFilter", {0, {"id"}, {"id", "interfaces"}}},
   };
   return shapes;
 }
