@@ -94,6 +94,21 @@ void WriteString(const std::wstring& standIn, const wchar_t* value, const std::s
   RegCloseKey(key);
 }
 
+void WriteBinary(const std::wstring& standIn, const wchar_t* value, const std::string& bytes) {
+  HKEY key = CreateKey(standIn);
+  if (!key) return;
+  RegSetValueExW(key, value, 0, REG_BINARY, reinterpret_cast<const BYTE*>(bytes.data()),
+                 static_cast<DWORD>(bytes.size()));
+  RegCloseKey(key);
+}
+
+void DeleteValue(const std::wstring& standIn, const wchar_t* value) {
+  HKEY key = CreateKey(standIn);
+  if (!key) return;
+  RegDeleteValueW(key, value);
+  RegCloseKey(key);
+}
+
 void Count(const std::wstring& standIn, const wchar_t* value) {
   // One mutex for all stand-ins: counting is rare, and a read-add-write of
   // two processes must not lose a step.

@@ -10,6 +10,15 @@ TEST(ProductionCommandSet, NotifySelfProtectionAndStop) {
   EXPECT_EQ(SelectPipeHandler(3, false), PipeHandler::HandleStopService);
 }
 
+TEST(ProductionCommandSet, ClearConfigIsKnown) {
+  EXPECT_EQ(SelectPipeHandler(105, false), PipeHandler::PipeCmdClrCfg);
+}
+
+TEST(ProductionCommandSet, SetConfigCommandsAreUnknown) {
+  EXPECT_EQ(SelectPipeHandler(103, false), PipeHandler::PipeCmdUnknown);
+  EXPECT_EQ(SelectPipeHandler(104, false), PipeHandler::PipeCmdUnknown);
+}
+
 TEST(ProductionCommandSet, PingIsUnknown) { EXPECT_EQ(SelectPipeHandler(101, false), PipeHandler::PipeCmdUnknown); }
 
 TEST(ProductionCommandSet, AnyOtherNumberIsUnknown) {
@@ -21,6 +30,12 @@ TEST(ProductionCommandSet, AnyOtherNumberIsUnknown) {
 TEST(TestCommandSet, NotifyAndPing) {
   EXPECT_EQ(SelectPipeHandler(1, true), PipeHandler::PipeCmdNotify);
   EXPECT_EQ(SelectPipeHandler(101, true), PipeHandler::PipeCmdPing);
+}
+
+TEST(TestCommandSet, SetSetRawAndClearConfig) {
+  EXPECT_EQ(SelectPipeHandler(103, true), PipeHandler::PipeCmdSetCfg);
+  EXPECT_EQ(SelectPipeHandler(104, true), PipeHandler::PipeCmdSetRawCfg);
+  EXPECT_EQ(SelectPipeHandler(105, true), PipeHandler::PipeCmdClrCfg);
 }
 
 TEST(TestCommandSet, MultiCommandDocument) { EXPECT_EQ(SelectPipeHandler(107, true), PipeHandler::PipeCmdMulti); }

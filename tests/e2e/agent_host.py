@@ -16,11 +16,12 @@ INSTALL_DIR = r"C:\ZentE2e"
 SERVICE = "ZentAgent"
 DRIVER_SERVICE = "mlfilter"
 # What the suite puts in the agent's folder.
-AGENT_FILES = ("ZentAgent.exe", "klfAgent_64x.dll", "mli.dll")
+AGENT_FILES = ("ZentAgent.exe", "klfAgent_64x.dll", "mli.dll", "mlc.exe")
 BUILT = {
     "ZentAgent.exe": "src/mla/apps/zentagent/ZentAgent.exe",
     "klfAgent_64x.dll": "sim/klfagent/klfAgent_64x.dll",
     "mli.dll": "sim/mli/mli.dll",
+    "mlc.exe": "sim/mlc/mlc.exe",
     "mlfilter.exe": "sim/mlfilter/mlfilter.exe",
 }
 # A line of the debug log file: stamp, prefix, message.

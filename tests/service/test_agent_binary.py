@@ -11,7 +11,7 @@ EXE = os.environ["ZENT_AGENT_EXE_UNIX"]
 ALLOWED = {
     "kernel32.dll", "user32.dll", "advapi32.dll", "msvcrt.dll", "ws2_32.dll",
     "crypt32.dll", "bcrypt.dll", "shell32.dll", "ole32.dll", "oleaut32.dll",
-    "version.dll", "iphlpapi.dll", "rasapi32.dll", "mpr.dll", "setupapi.dll",
+    "version.dll", "iphlpapi.dll", "rasapi32.dll", "mpr.dll", "mprapi.dll", "setupapi.dll",
     "wintrust.dll", "shlwapi.dll", "ntdll.dll", "psapi.dll", "dbghelp.dll",
     "userenv.dll", "rpcrt4.dll", "gdi32.dll", "netapi32.dll", "secur32.dll",
     "mli.dll",

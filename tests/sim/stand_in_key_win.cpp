@@ -44,6 +44,21 @@ std::optional<std::wstring> StandInKey::String(const wchar_t* value) const {
   return std::wstring(text.data());
 }
 
+std::optional<std::string> StandInKey::Binary(const wchar_t* value) const {
+  DWORD size = 0;
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, FullPath().c_str(), value, RRF_RT_REG_BINARY, nullptr, nullptr,
+                   &size) != ERROR_SUCCESS) {
+    return std::nullopt;
+  }
+  std::string bytes(size, '\0');
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, FullPath().c_str(), value, RRF_RT_REG_BINARY, nullptr, bytes.data(),
+                   &size) != ERROR_SUCCESS) {
+    return std::nullopt;
+  }
+  bytes.resize(size);
+  return bytes;
+}
+
 void StandInKey::Delete() const { RegDeleteTreeW(HKEY_LOCAL_MACHINE, FullPath().c_str()); }
 
 SimScope::SimScope() {

@@ -22,6 +22,9 @@ void Dispatch(int pipeIndex, CommandHeader* header, std::string_view message) {
     case PipeHandler::HandleSelfProtectionStatus: HandleSelfProtectionStatus(pipeIndex, header, message); break;
     case PipeHandler::HandleStopService: HandleStopService(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdPing: PipeCmdPing(pipeIndex, header, message); break;
+    case PipeHandler::PipeCmdSetCfg: PipeCmdSetCfg(pipeIndex, header, message); break;
+    case PipeHandler::PipeCmdSetRawCfg: PipeCmdSetRawCfg(pipeIndex, header, message); break;
+    case PipeHandler::PipeCmdClrCfg: PipeCmdClrCfg(pipeIndex, header); break;
     case PipeHandler::PipeCmdMulti: PipeCmdMulti(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdUnknown: PipeCmdUnknown(pipeIndex, header, message); break;
   }

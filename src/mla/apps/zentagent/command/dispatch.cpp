@@ -2,8 +2,11 @@
 
 PipeHandler SelectPipeHandler(uint32_t command, bool testMode) {
   if (command == 1) return PipeHandler::PipeCmdNotify;
+  if (command == 105) return PipeHandler::PipeCmdClrCfg;
   if (testMode) {
     if (command == 101) return PipeHandler::PipeCmdPing;
+    if (command == 103) return PipeHandler::PipeCmdSetCfg;
+    if (command == 104) return PipeHandler::PipeCmdSetRawCfg;
     if (command == 107) return PipeHandler::PipeCmdMulti;
     return PipeHandler::PipeCmdUnknown;
   }

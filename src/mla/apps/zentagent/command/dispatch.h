@@ -8,11 +8,14 @@ enum class PipeHandler {
   HandleSelfProtectionStatus,
   HandleStopService,
   PipeCmdPing,
+  PipeCmdSetCfg,
+  PipeCmdSetRawCfg,
+  PipeCmdClrCfg,
   PipeCmdMulti,
   PipeCmdUnknown,
 };
 
 // Production has four commands; TestMode swaps them for the test set, in
 // which 2 and 3 are unknown. Commands whose handlers are not built yet
-// (102 to 107) are answered as unknown.
+// (102, 106) are answered as unknown.
 PipeHandler SelectPipeHandler(uint32_t command, bool testMode);

@@ -13,3 +13,7 @@ int PipeCmdUnknown(int pipeIndex, CommandHeader* header, std::string_view messag
 int HandleSelfProtectionStatus(int pipeIndex, CommandHeader* header, std::string_view message);
 int PipeCmdMulti(int pipeIndex, CommandHeader* header, std::string_view message);
 int HandleStopService(int pipeIndex, CommandHeader* header, std::string_view message);
+int PipeCmdSetCfg(int pipeIndex, CommandHeader* header, std::string_view message);
+int PipeCmdSetRawCfg(int pipeIndex, CommandHeader* header, std::string_view message);
+// The clear command has no data to read.
+int PipeCmdClrCfg(int pipeIndex, CommandHeader* header);

@@ -10,6 +10,7 @@
 #include "policy/agent_config_document.h"
 #include "policy/compile_and_send_config_win.h"
 #include "policy/deployment_lock.h"
+#include "policy/policy_files.h"
 #include "server/get_file_modify_time.h"
 #include "server/multi_commands_win.h"
 #include "service/debug_log.h"
@@ -48,11 +49,10 @@ void StoreRawPolicy(const CommandFileNames& files, const std::wstring& rawPath) 
 void RunSendSecurityConfiguration(int index, const CommandFileNames& files) {
   std::lock_guard<std::mutex> deployment(g_DeploymentLock);
   ZENT_LOG_AS("ParseMultiCmdXml", 4, L"process xml command(%d): SendSecurityConfiguration\n", index);
-  const std::wstring& dir = s_Settings.workingDirectory;
-  std::wstring rawPath = dir + L"\\zent_agent.encxml";
-  std::wstring xmlPath = dir + L"\\config.xml";
-  std::wstring rbfPath = dir + L"\\config.rbf";
-  std::wstring compilerPath = dir + L"\\mlc.exe";
+  const std::wstring rawPath = WorkingDirectoryFile(kMlmConfigXmlName);
+  const std::wstring xmlPath = WorkingDirectoryFile(kConfigXmlName);
+  const std::wstring rbfPath = WorkingDirectoryFile(kConfigBinName);
+  const std::wstring compilerPath = WorkingDirectoryFile(kCompilerName);
   utilRegKey key(kAgentRegistryKey);
 
   if (ParseRawConfigXml(files.commandFile, files.resultFile) != 0) return;

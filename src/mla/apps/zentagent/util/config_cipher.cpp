@@ -2,7 +2,7 @@
 
 #include <openssl/crypto.h>
 
-#include "util/config_pass_phrase.h"
+#include "platform/config_pass_phrase.h"
 
 bool InitConfigCipher(EVP_CIPHER_CTX* ctx, const EVP_CIPHER* cipher, const EVP_MD* md,
                       const unsigned char* salt, int enc) {

@@ -1,0 +1,42 @@
+#include <windows.h>
+
+#include <mutex>
+
+#include "command/pipe_handlers_win.h"
+#include "command/send_cmd_win.h"
+#include "policy/agent_config_document.h"
+#include "policy/compile_and_send_config_win.h"
+#include "policy/deployment_lock.h"
+#include "policy/policy_files.h"
+#include "service/debug_log.h"
+#include "service/engine_state_win.h"
+#include "util/whole_file.h"
+
+int PipeCmdSetRawCfg(int pipeIndex, CommandHeader* header, std::string_view message) {
+  // A server deployment on the heartbeat thread rewrites the same files.
+  std::lock_guard<std::mutex> deployment(g_DeploymentLock);
+  const std::wstring rawPath = WorkingDirectoryFile(kMlmConfigXmlName);
+  const std::wstring xmlPath = WorkingDirectoryFile(kConfigXmlName);
+  const std::wstring rbfPath = WorkingDirectoryFile(kConfigBinName);
+  const std::wstring compilerPath = WorkingDirectoryFile(kCompilerName);
+  uint32_t result = 1;
+  if (g_Engine.hDriver == nullptr) {
+    ZENT_LOG(1, L"driver handle is null\n");
+  } else {
+    // The old files go before the new policy is judged: a bad policy leaves
+    // none of them, while the driver keeps the rules it has.
+    if (DeleteFileW(rawPath.c_str())) ZENT_LOG(4, L"previous MlmConfigXml(%s) is removed.\n", rawPath.c_str());
+    if (DeleteFileW(xmlPath.c_str())) ZENT_LOG(4, L"previous ConfigXml(%s) is removed.\n", xmlPath.c_str());
+    if (DeleteFileW(rbfPath.c_str())) ZENT_LOG(4, L"previous ConfigBin(%s) is removed.\n", rbfPath.c_str());
+    // Stored as it came: the translation reads it as XML in clear.
+    std::string data(message.substr(kCommandHeaderSize));
+    ZENT_LOG(4, L"command size=%d, data size=%d\n", static_cast<int>(kCommandHeaderSize), static_cast<int>(data.size()));
+    if (putStringToFile(rawPath, data) && ParseRawConfigXml(rawPath, xmlPath) == 0 &&
+        CompileAndSendConfig(xmlPath, rbfPath, compilerPath) == 0) {
+      result = 0;
+    }
+  }
+  int rc = SendSimpleReply(pipeIndex, *header, result);
+  if (rc != 0) ZENT_LOG(1, L"SendCmdToClient fails\n");
+  return rc;
+}
