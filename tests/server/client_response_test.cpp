@@ -19,7 +19,7 @@ TEST(ClientResponse, PrettyPrintedWithFourBlanks) {
 
 TEST(ClientResponse, ContentIsEscapedAsAJsonString) {
   std::string message;
-  ASSERT_TRUE(BuildClientResponse(std::string("a\"b\\c\r\n\t/\x01\0z", 13), message));
+  ASSERT_TRUE(BuildClientResponse(std::string("a\"b\\c\r\n\t/\x01\0z", 12), message));
   EXPECT_NE(message.find("\"content\": \"a\\\"b\\\\c\\r\\n\\t/\\u0001\\u0000z\"\n"), std::string::npos) << message;
 }
 
