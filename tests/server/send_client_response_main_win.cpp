@@ -13,7 +13,7 @@
 #include "service/debug_log.h"
 #include "service/settings.h"
 #include "util/brvn_win.h"
-#include "util/load_file_to_string.h"
+#include "util/whole_file.h"
 #include "util/wide_path_file.h"
 
 int main(int argc, char** argv) {

@@ -4,7 +4,7 @@
 #include "service/debug_log.h"
 #include "service/settings.h"
 #include "util/brvn_win.h"
-#include "util/load_file_to_string.h"
+#include "util/whole_file.h"
 
 hvSendHttpToBRVNServer2_t g_pfnHvSendHttpToBRVNServer2 = nullptr;
 
