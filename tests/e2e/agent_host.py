@@ -23,7 +23,10 @@ BUILT = {
     "mli.dll": "sim/mli/mli.dll",
     "mlc.exe": "sim/mlc/mlc.exe",
     "mlfilter.exe": "sim/mlfilter/mlfilter.exe",
+    "HvSock_64x.dll": "sim/hvsock/HvSock_64x.dll",
 }
+# The suite's transport library, beside the agent when it talks to a server.
+TRANSPORT_FILE = "HvSock_64x.dll"
 # A line of the debug log file: stamp, prefix, message.
 LINE = re.compile(r"^(\d{4}:\d{2}:\d{2}-\d{2}:\d{2}:\d{2}:\d{3}) \[([ 0-9A-F]{4,8})\]\[ZTENG\]\[(\w+):(\d+)\] (.*)$")
 
@@ -98,6 +101,12 @@ class AgentHost:
 
     def record(self, stand_in, name, default=None):
         return read_value(SIM_KEY + "\\" + stand_in, name, default)
+
+    def use_server(self, server):
+        """Puts the transport library beside the agent and points it at the
+        management server's stand-in (sim/zentserver)."""
+        shutil.copy(build_file(BUILT[TRANSPORT_FILE]), os.path.join(self.dir, TRANSPORT_FILE))
+        self.knob("hvSock", "Server", server.address)
 
     # --- the pipe --------------------------------------------------------------------
 

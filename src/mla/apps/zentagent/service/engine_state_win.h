@@ -30,6 +30,9 @@ struct ZentEngineState {
   SERVICE_STATUS_HANDLE hStatus = nullptr;
   DWORD checkPoint = 1;
   bool selfProtection = false;
+  // True while heartbeats go out in their long form: until the first reply
+  // whose command document was processed, for the life of the process.
+  bool fullInfoHeartBeat = true;
 };
 
 extern ZentEngineState g_Engine;

@@ -26,8 +26,8 @@ struct ZentSettings {
   int32_t LogFileSizeLimit = 10485760;
   // Section Policy.
   std::wstring DeployedPolicy;
-  // The label of the policy most recently delivered by the server; it
-  // becomes DeployedPolicy once that policy runs.
+  // The label of the policy the server delivered last; kept in memory for the
+  // deployment that follows, and written to the ini beside DeployedPolicy.
   std::wstring RequestPolicy;
 
   // The system's version, as reported to the server and used to pick the

@@ -5,6 +5,7 @@
 #include "service/settings.h"
 #include "service/settings_win.h"
 #include "service/crash_filter_win.h"
+#include "server/heartbeat_message.h"
 
 namespace {
 
@@ -91,14 +92,8 @@ void ReloadConfigSettings() {
 void DumpDefaultSetting() {
   SYSTEM_INFO info;
   GetSystemInfo(&info);
-  const wchar_t* arch = L"unknown";
-  switch (info.wProcessorArchitecture) {
-    case 0: arch = L"i386"; break;
-    case 6: arch = L"ia64"; break;
-    case 9: arch = L"x86_64"; break;
-    default: break;
-  }
-  ZENT_LOG(4, L"Platform: Windows;%d;%d;%d;%s;%s;%d;%d\n", s_Settings.osMajor, s_Settings.osMinor,
+  const char* arch = ProcessorArchitectureName(info.wProcessorArchitecture);
+  ZENT_LOG(4, L"Platform: Windows;%d;%d;%d;%s;%S;%d;%d\n", s_Settings.osMajor, s_Settings.osMinor,
            s_Settings.osBuild, s_Settings.osServicePack, arch, s_Settings.osSuiteMask, s_Settings.osProductType);
   ZENT_LOG(5, L"working directory is %s\n", s_Settings.workingDirectory);
   ZENT_LOG(5, L"driver directory is %s\n", s_Settings.driverDirectory);

@@ -1,0 +1,7 @@
+"""The management server's stand-in (sim/zentserver), importable by the tests."""
+import os
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "sim", "zentserver"))
+
+from zent_server import ZentServer, ack, client_request, filler, json_reply, raw  # noqa: E402,F401
