@@ -1,6 +1,8 @@
 // processClientRequest: the bridge from a heartbeat's reply to the commands
 // it carries, through notify_request.xml.
+#include "server/parse_multi_cmd_xml_win.h"
 #include "server/server_conversation_win.h"
+#include "service/engine_state_win.h"
 #include "service/debug_log.h"
 #include "service/settings.h"
 
@@ -13,12 +15,12 @@ bool processClientRequest(const std::string& response, uint32_t* rapid) {
   bool processed = false;
   if (!getClientRequestXml(response, requestXmlPath, &requested)) {
     ZENT_LOG(2, L"xml command is invalid\n");
+  } else if (ParseMultiCmdXml(requestXmlPath, sendClientResponse) != 0) {
+    ZENT_LOG(2, L"ParseMultiCmdXml fails\n");
   } else {
-    // The multi-command processor (ParseMultiCmdXml, with sendClientResponse
-    // as its callback) is not part of this build yet: the document stays
-    // unprocessed, so the cycle does not count as processed and heartbeats
-    // keep their long form.
-    ZENT_LOG(2, L"multi-command processor not available, command document not processed\n");
+    // The server has its answer to the long form: later heartbeats are short.
+    g_Engine.fullInfoHeartBeat = false;
+    processed = true;
   }
   // The server's wait counts whatever became of the document.
   if (requested != 0 && rapid) *rapid = requested;

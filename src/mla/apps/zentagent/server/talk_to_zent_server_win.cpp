@@ -4,6 +4,7 @@
 #include "service/debug_log.h"
 #include "service/settings.h"
 #include "util/brvn_win.h"
+#include "util/low_byte_text.h"
 #include "util/whole_file.h"
 
 hvSendHttpToBRVNServer2_t g_pfnHvSendHttpToBRVNServer2 = nullptr;
@@ -12,8 +13,7 @@ bool talkToZentServer(const std::string& request, std::string& response, std::st
   std::wstring responsePath = s_Settings.workingDirectory + L"\\hvsock_response";
   // The library takes the low byte of each unit, no code-page conversion: a
   // path outside ASCII does not survive this, as the suite's agents expect.
-  std::string responseFile;
-  for (wchar_t unit : responsePath) responseFile += static_cast<char>(unit & 0xFF);
+  std::string responseFile = LowByteText(responsePath);
 
   // Resolved on first use; a failure costs this call only, and the next one
   // tries again.
