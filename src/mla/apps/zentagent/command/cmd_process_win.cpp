@@ -22,6 +22,7 @@ void Dispatch(int pipeIndex, CommandHeader* header, std::string_view message) {
     case PipeHandler::HandleSelfProtectionStatus: HandleSelfProtectionStatus(pipeIndex, header, message); break;
     case PipeHandler::HandleStopService: HandleStopService(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdPing: PipeCmdPing(pipeIndex, header, message); break;
+    case PipeHandler::PipeCmdGetMetaData: PipeCmdGetMetaData(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdUnknown: PipeCmdUnknown(pipeIndex, header, message); break;
   }
 }

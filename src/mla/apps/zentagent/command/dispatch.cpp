@@ -4,6 +4,7 @@ PipeHandler SelectPipeHandler(uint32_t command, bool testMode) {
   if (command == 1) return PipeHandler::PipeCmdNotify;
   if (testMode) {
     if (command == 101) return PipeHandler::PipeCmdPing;
+    if (command == 106) return PipeHandler::PipeCmdGetMetaData;
     return PipeHandler::PipeCmdUnknown;
   }
   if (command == 2) return PipeHandler::HandleSelfProtectionStatus;

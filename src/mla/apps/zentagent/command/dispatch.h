@@ -8,10 +8,11 @@ enum class PipeHandler {
   HandleSelfProtectionStatus,
   HandleStopService,
   PipeCmdPing,
+  PipeCmdGetMetaData,
   PipeCmdUnknown,
 };
 
 // Production has four commands; TestMode swaps them for the test set, in
-// which 2 and 3 are unknown. Commands whose handlers are not built yet
-// (102 to 107) are answered as unknown.
+// which 2 and 3 are unknown. Commands of the test set whose handlers are
+// not built yet are answered as unknown.
 PipeHandler SelectPipeHandler(uint32_t command, bool testMode);
