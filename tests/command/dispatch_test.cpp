@@ -49,4 +49,9 @@ TEST(TestCommandSet, SelfProtectionAndStopAreUnknown) {
   EXPECT_EQ(SelectPipeHandler(3, true), PipeHandler::PipeCmdUnknown);
 }
 
+TEST(TestCommandSet, GetMetaDataIs106) {
+  EXPECT_EQ(SelectPipeHandler(106, true), PipeHandler::PipeCmdGetMetaData);
+  EXPECT_EQ(SelectPipeHandler(106, false), PipeHandler::PipeCmdUnknown);
+}
+
 }  // namespace

@@ -26,6 +26,7 @@ void Dispatch(int pipeIndex, CommandHeader* header, std::string_view message) {
     case PipeHandler::PipeCmdSetRawCfg: PipeCmdSetRawCfg(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdClrCfg: PipeCmdClrCfg(pipeIndex, header); break;
     case PipeHandler::PipeCmdMulti: PipeCmdMulti(pipeIndex, header, message); break;
+    case PipeHandler::PipeCmdGetMetaData: PipeCmdGetMetaData(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdUnknown: PipeCmdUnknown(pipeIndex, header, message); break;
   }
 }

@@ -7,6 +7,7 @@ PipeHandler SelectPipeHandler(uint32_t command, bool testMode) {
     if (command == 101) return PipeHandler::PipeCmdPing;
     if (command == 103) return PipeHandler::PipeCmdSetCfg;
     if (command == 104) return PipeHandler::PipeCmdSetRawCfg;
+    if (command == 106) return PipeHandler::PipeCmdGetMetaData;
     if (command == 107) return PipeHandler::PipeCmdMulti;
     return PipeHandler::PipeCmdUnknown;
   }

@@ -12,10 +12,11 @@ enum class PipeHandler {
   PipeCmdSetRawCfg,
   PipeCmdClrCfg,
   PipeCmdMulti,
+  PipeCmdGetMetaData,
   PipeCmdUnknown,
 };
 
-// Production has four commands; TestMode swaps them for the test set, in
-// which 2 and 3 are unknown. Commands whose handlers are not built yet
-// (102, 106) are answered as unknown.
+// Production has five commands; TestMode swaps them for the test set, in
+// which 2 and 3 are unknown. The direct HTTP path (102) is not built yet and
+// is answered as unknown.
 PipeHandler SelectPipeHandler(uint32_t command, bool testMode);
