@@ -13,7 +13,7 @@
 #include "service/settings.h"
 #include "util/wide_path_file.h"
 
-using tinyxml2::XMLDocument;
+// windows.h has an XMLDocument of its own.
 using tinyxml2::XMLElement;
 
 void RemoveCommandFiles(const CommandFileNames& files) {
@@ -43,7 +43,7 @@ int ParseMultiCmdXml(const std::wstring& path, ClientResponseCallback callback) 
     ZENT_LOG(1, L"can't open %s\n", path.c_str());
     return -1;
   }
-  XMLDocument document;
+  tinyxml2::XMLDocument document;
   tinyxml2::XMLError error = document.LoadFile(file);
   std::fclose(file);
   if (error != tinyxml2::XML_SUCCESS) {
