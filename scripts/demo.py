@@ -1,86 +1,322 @@
 """The agent's main job on the simulated suite, driver and server: installed
-as a service in the project's Wine prefix, started, talked to over its pipe,
-given a manager policy that reaches the driver, and stopped, with what it
-wrote to its debug log at each step."""
+as a service in the project's Wine prefix, started, heartbeating to the
+management server's stand-in, given a policy and a host metadata query by
+that server, talked to over its pipe, given a manager policy through the pipe
+that reaches the driver too, and stopped, with the messages on the wire and
+what the agent wrote to its debug log at each step."""
+import datetime
+import json
 import os
+import re
 import sys
+import time
 
-sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e"))
+here = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(here, "..", "tests", "e2e"))
 
-from agent_host import INSTALL_DIR, SERVICE, AgentHost  # noqa: E402
-from winehost import end_session  # noqa: E402
+from agent_host import INSTALL_DIR, LINE, SERVICE, AgentHost  # noqa: E402
+from winehost import delete_key, end_session, read_ini, read_key  # noqa: E402
+from zent_server_stand_in import ZentServer, client_request  # noqa: E402
 
-
-def show_log_since(agent, offset):
-    text = agent.log()[offset:]
-    for line in text.split("\r\n"):
-        if line and "FetchData failed" not in line:
-            print("   ", line)
-    return offset + len(text)
-
-
-def show_status(status):
-    print(f"    state {status.state}, accepted controls {status.controls_accepted}, "
-          f"Win32 exit code {status.win32_exit_code}")
-
-
-POLICY = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tests", "e2e", "data", "small_policy.xml")
+POLICY = os.path.join(here, "..", "tests", "e2e", "data", "small_policy.xml")
 # config.rbf: a 48-byte header (magic, version, rule count, length, digest),
 # then one rule a line.
 RULE_FILE_HEADER = 48
+# Where the agent records when its policy files changed, for the suite.
+AGENT_KEY = r"HKLM\SOFTWARE\Halvane\ZentAgent"
+# Quick heartbeats: the first one a second after the start, then one every
+# three seconds.
+SETTINGS = {"TestMode": 1, "DebugLevel": 4, "FlushDebugLogTimer": 200,
+            "FirstHeartBeat": 1000, "HeartBeatTimer": 3000, "DisableScheduleHeartBeat": 0}
+SERVER_POLICY_LABEL = "Demo policy 1 (from the server)"
 
 
-def deploy_policy(agent, offset):
-    print("== zentctl send set-raw-config --data small_policy.xml (a manager policy, command 104)")
-    reply = agent.zentctl("send", "set-raw-config", "--data", POLICY, "--timeout", "60000")
-    for line in reply.stdout.splitlines():
-        print("   ", line)
-    print(f"    zentctl exit status {reply.exit_code}; the agent's folder now holds:")
-    for name in ("zent_agent.encxml", "config.xml", "config.rbf"):
+# --- printing ----------------------------------------------------------------------
+
+def heading(text):
+    print()
+    print("== " + text)
+
+
+def show_text(text, indent=6):
+    for line in text.replace("\r\n", "\n").rstrip("\n").split("\n"):
+        print(" " * indent + line)
+
+
+def show_json(body, indent=6):
+    """A JSON body indented, or as it stands when it is no JSON."""
+    try:
+        show_text(json.dumps(json.loads(body), indent=4, ensure_ascii=False), indent)
+    except ValueError:
+        show_text(body.decode("latin-1"), indent)
+
+
+def show_message(message, what):
+    print(f"    {what}: POST {message.path}, description \"{message.description.decode('latin-1')}\"")
+    print("    body, as it came:")
+    show_text(message.body.decode("latin-1"))
+    if message.name != "ClientResponse":
+        print("    the same, indented:")
+        show_json(message.body)
+    print("    the server answered:")
+    show_text(message.answer.decode("latin-1"))
+
+
+class Log:
+    """The part of the debug log not shown yet. Lines of the heartbeat thread
+    can be left out where they would only interleave with another story."""
+
+    def __init__(self, agent):
+        self.agent = agent
+        self.offset = 0
+        self.heartbeat_thread = None
+
+    def wait_for(self, pattern, timeout=30):
+        self.agent.log_start = self.offset
+        return self.agent.wait_for_log(pattern, timeout=timeout)
+
+    def show(self, heartbeat_thread=True):
+        text = self.agent.log()[self.offset:]
+        self.offset += len(text)
+        left_out = 0
+        for line in text.split("\r\n"):
+            if not line or "FetchData failed" in line:
+                continue
+            match = LINE.match(line)
+            if match and match.group(3) == "ProcessNotifyFn" and self.heartbeat_thread is None:
+                self.heartbeat_thread = match.group(2)
+            if not heartbeat_thread and match and match.group(2) == self.heartbeat_thread:
+                left_out += 1
+                continue
+            print("   ", line)
+        if left_out:
+            print(f"    ({left_out} lines of the heartbeat thread left out: the heartbeats every "
+                  f"{SETTINGS['HeartBeatTimer']} ms go on meanwhile)")
+
+
+# --- the server's documents ----------------------------------------------------------
+
+def deployment_document():
+    """The manager policy inside a "SendSecurityConfiguration" command. The
+    command element is the policy's own Request: the processor hands the
+    translator <Message><Request cmd=...>...</Request></Message>, and the
+    translator reads the policy from Message/Request/SecurityConfiguration."""
+    with open(POLICY, encoding="utf-8") as f:
+        policy = f.read()
+    start = policy.index("<SecurityConfiguration>")
+    end = policy.index("</SecurityConfiguration>") + len("</SecurityConfiguration>")
+    return ('<Message>\n  <Request cmd="SendSecurityConfiguration">\n    '
+            + policy[start:end].replace("\n  ", "\n") + "\n  </Request>\n</Message>\n")
+
+
+METADATA_QUERY = """<Message>
+  <Request cmd="GetHostMetaData">
+    <RequestID>demo-request-42</RequestID>
+    <HostMetaDataQueries>
+      <HostMetaDataQuery id="2" query="getServices" arg1="detailed"/>
+      <HostMetaDataQuery id="1" query="getRegistryValue" arg1="HKEY_LOCAL_MACHINE\\SOFTWARE\\Halvane\\ZentAgent" arg2="RawConfigTime"/>
+    </HostMetaDataQueries>
+  </Request>
+</Message>
+"""
+
+
+def show_reply(reply):
+    value = json.loads(reply.body)
+    print("    the reply, indented (its request is XML in a JSON string):")
+    show_json(reply.body)
+    print("    its request, as XML:")
+    show_text(value["request"])
+
+
+# --- what the server saw ---------------------------------------------------------------
+
+def heartbeat_answered_with(server, reply, timeout=60):
+    """The heartbeat whose answer was this reply, once it has come."""
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        for index, message in enumerate(server.messages()):
+            if message.answer == reply.body:
+                return index, message
+        time.sleep(0.2)
+    raise AssertionError(f"no heartbeat took the reply after {timeout} s")
+
+
+def message_after(server, index, name, timeout=30):
+    """The first message of that name after the index-th message."""
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        for message in server.messages()[index + 1:]:
+            if message.name == name:
+                return message
+        time.sleep(0.2)
+    raise AssertionError(f"no {name} after message {index} in {timeout} s")
+
+
+def show_files(agent, names):
+    for name in names:
         path = agent.path(name)
         size = os.path.getsize(path) if os.path.exists(path) else None
-        print(f"      {name:18} {'absent' if size is None else f'{size} bytes'}")
-    agent.wait_for_log(r"Process Command\(104\)\r\n(.*\r\n)*.*36 bytes were sent\r\n", timeout=30)
-    print("    the debug log says:")
-    offset = show_log_since(agent, offset)
+        print(f"      {name:26} {'absent' if size is None else f'{size} bytes'}")
+
+
+def show_driver_rules(agent):
     held = agent.record("mli", "LoadedRuleFile")
     if held is None:
         print("    the driver holds no rules")
-    else:
-        print(f"    the driver holds {agent.record('mli', 'LoadedRuleCount')} rules:")
-        for rule in held[RULE_FILE_HEADER:].decode("utf-8").splitlines():
-            print("      " + rule)
-    return offset
+        return
+    print(f"    the driver holds {agent.record('mli', 'LoadedRuleCount')} rules:")
+    for rule in held[RULE_FILE_HEADER:].decode("utf-8").splitlines():
+        print("      " + rule)
+
+
+def show_policy_state(agent):
+    policy = read_ini(agent.ini).get("Policy", {})
+    print("    zent_agent.ini, section Policy:")
+    for key in ("RequestPolicy", "DeployedPolicy"):
+        print(f"      {key} = {policy.get(key, '(absent)')}")
+    times = read_key(AGENT_KEY) or {}
+    print(f"    {AGENT_KEY}:")
+    for name in ("RawConfigTime", "ConfigXmlTime", "ConfigBinTime"):
+        if name in times:
+            seconds = times[name][1]
+            stamp = datetime.datetime.fromtimestamp(seconds, datetime.timezone.utc).strftime("%H:%M:%S UTC")
+            print(f"      {name:14} {seconds} ({stamp})")
+        else:
+            print(f"      {name:14} absent")
+
+
+# --- the steps -----------------------------------------------------------------------
+
+def first_heartbeat(server, log):
+    heading(f"The first heartbeat, {SETTINGS['FirstHeartBeat']} ms after the start (long form)")
+    [message] = server.wait_for(1, "HeartBeat", timeout=30)
+    show_message(message, "the server received")
+    print("    (with nothing scripted the server only acknowledges; the agent treats that as no work)")
+    log.wait_for(r"getClientRequestXml invalid response type: 0\r\n")
+    print("    the debug log says:")
+    log.show()
+
+
+def server_deployment(agent, server, log):
+    heading("The server deploys a policy: a ClientRequest with a SendSecurityConfiguration command")
+    reply = client_request(deployment_document(), client_uid="zent-demo", info=SERVER_POLICY_LABEL)
+    server.script_heartbeats(reply)
+    print(f"    scripted as the answer to the next heartbeat (every {SETTINGS['HeartBeatTimer']} ms);")
+    show_reply(reply)
+    index, carrier = heartbeat_answered_with(server, reply)
+    print("    it went out as the answer to this heartbeat:")
+    show_text(carrier.body.decode("latin-1"))
+    # A deployment signals the notify event: the next heartbeat comes at once.
+    following = message_after(server, index, "HeartBeat", timeout=60)
+    log.wait_for(r"process xml command\(0\): SendSecurityConfiguration\r\n(.*\r\n)*?"
+                 r".*talkToZentServer for heartbeat succeeded\r\n", timeout=60)
+    print("    the debug log says:")
+    log.show()
+    print("    the agent's folder now holds (TestMode keeps the request and the per-command files):")
+    show_files(agent, ("notify_request.xml", "notify_request0.xml", "notify_requesttemp0.xml",
+                       "zent_agent.encxml", "config.xml", "config.rbf"))
+    show_driver_rules(agent)
+    show_policy_state(agent)
+    heading("The next heartbeat: short form now, policyInfo is the label of the deployed policy")
+    show_message(following, "the server received")
+
+
+def server_query(server, log):
+    heading("The server asks about the host: a ClientRequest with a GetHostMetaData command")
+    reply = client_request(METADATA_QUERY, client_uid="zent-demo")
+    server.script_heartbeats(reply)
+    print("    scripted as the answer to the next heartbeat;")
+    show_reply(reply)
+    index, _ = heartbeat_answered_with(server, reply)
+    response = message_after(server, index, "ClientResponse", timeout=60)
+    log.wait_for(r"ack response errorCode=")
+    heading("The agent's ClientResponse, posted in the same cycle")
+    show_message(response, "the server received")
+    print("    its content, the result document:")
+    show_text(json.loads(response.body)["response"]["content"])
+    print("    No query family is built into the agent yet, so both queries are unknown queries:")
+    print("    they have no result, and the document still says code \"0\" with the RequestID.")
+    print("    the debug log says:")
+    log.show()
+
+
+def pipe_commands(agent, log):
+    for command, number in (("notify", 1), ("ping", 101)):
+        heading(f"zentctl send {command} --request-id 7")
+        reply = agent.zentctl("send", command, "--request-id", "7")
+        show_text(reply.stdout, 4)
+        print(f"    zentctl exit status {reply.exit_code}; the debug log says:")
+        log.wait_for(rf"Process Command\({number}\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=10)
+        if command == "notify":
+            log.wait_for(r"notify received: notfiy event\r\n(.*\r\n)*?.*talkToZentServer for heartbeat succeeded\r\n")
+        log.show(heartbeat_thread=command == "notify")
+    print("    (the notify command made the agent send a heartbeat at once)")
+
+
+def pipe_deployment(agent, log):
+    heading("zentctl send set-raw-config --data small_policy.xml (a manager policy, command 104)")
+    reply = agent.zentctl("send", "set-raw-config", "--data", POLICY, "--timeout", "60000")
+    show_text(reply.stdout, 4)
+    print(f"    zentctl exit status {reply.exit_code}; the agent's folder now holds:")
+    show_files(agent, ("zent_agent.encxml", "config.xml", "config.rbf"))
+    log.wait_for(r"Process Command\(104\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=30)
+    print("    the debug log says:")
+    log.show(heartbeat_thread=False)
+    show_driver_rules(agent)
+    show_policy_state(agent)
+    print("    (a pipe deployment publishes the label of the server's last request)")
+
+
+def summary(server):
+    heading("What the management server received")
+    for message in server.messages():
+        if message.name == "HeartBeat":
+            form = "long " if b'"hostType"' in message.body else "short"
+            policy = re.search(rb'"policyInfo": "(.*)"}$', message.body)
+            label = policy.group(1).decode("latin-1") if policy else "?"
+            what = f"HeartBeat, {form} form, policyInfo \"{label}\""
+        else:
+            what = message.name or "(no name)"
+        print(f"      {what:70} answered {message.answer[:60].decode('latin-1')}")
 
 
 def main():
+    server = ZentServer().start()
     agent = AgentHost()
-    print(f"== Installing ZentAgent.exe in {INSTALL_DIR} with the suite framework, driver and driver service "
-          "stand-ins; TestMode on, DebugLevel 4")
-    agent.install({"ZENTSETTINGS": {"TestMode": 1, "DebugLevel": 4}})
+    log = Log(agent)
     try:
-        print(f"== sc start {SERVICE}")
-        show_status(agent.start())
-        agent.wait_for_log(r"ProcessTelemetryFn: enters\r\n")
-        offset = show_log_since(agent, 0)
+        heading(f"Management server stand-in listening on {server.address}")
+        heading(f"Installing ZentAgent.exe in {INSTALL_DIR} with the suite framework, transport, driver "
+                "and driver service stand-ins")
+        print("    settings: " + ", ".join(f"{k} {v}" for k, v in SETTINGS.items()))
+        delete_key(AGENT_KEY, missing_ok=True)
+        agent.install({"ZENTSETTINGS": SETTINGS})
+        agent.use_server(server)
+        print(f"    the transport HvSock_64x.dll posts to http://{server.address}/brevon_zent/command")
+        heading(f"sc start {SERVICE}")
+        status = agent.start()
+        print(f"    state {status.state}, accepted controls {status.controls_accepted}, "
+              f"Win32 exit code {status.win32_exit_code}")
+        log.wait_for(r"ProcessTelemetryFn: enters\r\n")
+        log.show()
 
-        for command, number in (("notify", 1), ("ping", 101)):
-            print(f"== zentctl send {command} --request-id 7")
-            reply = agent.zentctl("send", command, "--request-id", "7")
-            for line in reply.stdout.splitlines():
-                print("   ", line)
-            print(f"    zentctl exit status {reply.exit_code}; the debug log says:")
-            agent.wait_for_log(rf"Process Command\({number}\)\r\n.*\r\n.*36 bytes were sent\r\n", timeout=10)
-            offset = show_log_since(agent, offset)
+        first_heartbeat(server, log)
+        server_deployment(agent, server, log)
+        server_query(server, log)
+        pipe_commands(agent, log)
+        pipe_deployment(agent, log)
 
-        offset = deploy_policy(agent, offset)
-
-        print(f"== sc stop {SERVICE}")
-        show_status(agent.stop())
-        show_log_since(agent, offset)
+        heading(f"sc stop {SERVICE}")
+        status = agent.stop()
+        print(f"    state {status.state}, accepted controls {status.controls_accepted}, "
+              f"Win32 exit code {status.win32_exit_code}")
+        log.show()
+        summary(server)
     finally:
         agent.remove()
         end_session()
+        server.stop()
 
 
 if __name__ == "__main__":
