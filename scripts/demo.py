@@ -106,7 +106,7 @@ def deployment_document():
     start = policy.index("<SecurityConfiguration>")
     end = policy.index("</SecurityConfiguration>") + len("</SecurityConfiguration>")
     return ('<Message>\n  <Request cmd="SendSecurityConfiguration">\n    '
-            + policy[start:end].replace("\n  ", "\n") + "\n  </Request>\n</Message>\n")
+            + policy[start:end] + "\n  </Request>\n</Message>\n")
 
 
 METADATA_QUERY = """<Message>
@@ -213,7 +213,8 @@ def server_deployment(agent, server, log):
                  r".*talkToZentServer for heartbeat succeeded\r\n", timeout=60)
     print("    the debug log says:")
     log.show()
-    print("    the agent's folder now holds (TestMode keeps the request and the per-command files):")
+    print("    the agent's folder now holds (TestMode keeps the per-command files; the next cycle removed")
+    print("    notify_request.xml before it sent its heartbeat):")
     show_files(agent, ("notify_request.xml", "notify_request0.xml", "notify_requesttemp0.xml",
                        "zent_agent.encxml", "config.xml", "config.rbf"))
     show_driver_rules(agent)
@@ -265,7 +266,8 @@ def pipe_deployment(agent, log):
     log.show(heartbeat_thread=False)
     show_driver_rules(agent)
     show_policy_state(agent)
-    print("    (a pipe deployment publishes the label of the server's last request)")
+    print("    (command 104 leaves the policy labels and the registry times as they were: only a deployment")
+    print("    by a multi-command document publishes a label)")
 
 
 def summary(server):
