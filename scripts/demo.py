@@ -213,8 +213,8 @@ def server_deployment(agent, server, log):
                  r".*talkToZentServer for heartbeat succeeded\r\n", timeout=60)
     print("    the debug log says:")
     log.show()
-    print("    the agent's folder now holds (TestMode keeps the per-command files; the next cycle removed")
-    print("    notify_request.xml before it sent its heartbeat):")
+    print("    the agent's folder now holds (TestMode keeps the per-command files; notify_request.xml")
+    print("    went when the next heartbeat's reply came, as every cycle clears it):")
     show_files(agent, ("notify_request.xml", "notify_request0.xml", "notify_requesttemp0.xml",
                        "zent_agent.encxml", "config.xml", "config.rbf"))
     show_driver_rules(agent)
