@@ -182,6 +182,7 @@ TEST_F(PlatformInterfacesOfWine, OlderListGivesEachAdapterWithItsDescriptionAndA
   std::vector<unsigned char> buffer(size);
   auto* list = reinterpret_cast<IP_ADAPTER_INFO*>(buffer.data());
   ASSERT_EQ(GetAdaptersInfo(list, &size), 0u);
+  ASSERT_FALSE(adapters.empty());
   size_t n = 0;
   for (const IP_ADAPTER_INFO* a = list; a != nullptr; a = a->Next, ++n) {
     ASSERT_LT(n, adapters.size());
@@ -206,6 +207,7 @@ TEST_F(PlatformInterfacesOfWine, OlderListBuildsEntriesWithoutMtuUnderTheMacsOfT
   ASSERT_EQ(ListAdaptersInfo(adapters), AdapterListing::Listed);
   AttrMapIndex older;
   GetPlatformInterfaces(older, adapters, {}, AdapterList::Info);
+  ASSERT_FALSE(older.empty());
   AttrMapIndex newer;
   ASSERT_TRUE(GetPlatformInterfaces(newer));
   for (const auto& [mac, attrs] : older) {
