@@ -280,17 +280,31 @@ def test_client_request_document_and_policy_label_are_stored(agent, server):
     log = agent.test_log()
     assert re.search(r"\[checkServerResponseType:\d+\] client request received\r\n", log)
     assert re.search(r"\[getClientRequestXml:\d+\] start write request policy info: Office policy v7\r\n", log)
-    # Heartbeats stay long until a document has been processed.
+    # The document was walked (its one query failed on its own): heartbeats
+    # turn short.
     agent.send("notify")
-    assert server.wait_for(2, "HeartBeat")[1].body == long_form()
+    assert server.wait_for(2, "HeartBeat")[1].body == b'{"name": "HeartBeat", "policyInfo": ""}'
 
 
 def test_production_deletes_the_request_document(agent, server):
     server.script_heartbeats(client_request(DOCUMENT, info="P"))
     serve(agent, server)
     server.wait_for(1, "HeartBeat")
-    agent.wait_for_log(r"processClientRequest not successful\r\n")
+    agent.wait_for_log(r"\[ParseQueryMetaXml:\d+\] LoadRequestXMlFile failed, return code: -1\r\n")
+    deadline = time.monotonic() + 15
+    while os.path.exists(agent.path("notify_request.xml")) and time.monotonic() < deadline:
+        time.sleep(0.2)
     assert not os.path.exists(agent.path("notify_request.xml"))
+
+
+def test_unreadable_command_document_keeps_the_long_form(agent, server):
+    server.script_heartbeats(client_request("<Message><Request cmd="))
+    serve(agent, server)
+    server.wait_for(1, "HeartBeat")
+    agent.wait_for_log(r"\[ParseMultiCmdXml:\d+\] XML LoadFile failed\r\n(?:.*\r\n)*?"
+                       r".*\[processClientRequest:\d+\] ParseMultiCmdXml fails\r\n")
+    agent.send("notify")
+    assert server.wait_for(2, "HeartBeat")[1].body == long_form()
 
 
 def test_an_old_request_document_is_removed_first(agent, server):

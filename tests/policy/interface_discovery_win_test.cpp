@@ -171,4 +171,53 @@ TEST_F(PlatformInterfacesOfWine, AdaptersThePolicyDoesNotNameGetNegativeIdsInMac
   }
 }
 
+// The older list, which GetPlatformInterfaces takes only when the newer one
+// succeeds without a list; Wine always gives that list, so the older one is
+// read here directly, as GetPlatformInterfaces would read it.
+TEST_F(PlatformInterfacesOfWine, OlderListGivesEachAdapterWithItsDescriptionAndAddresses) {
+  std::vector<PlatformAdapter> adapters;
+  ASSERT_EQ(ListAdaptersInfo(adapters), AdapterListing::Listed);
+  ULONG size = 0;
+  ASSERT_EQ(GetAdaptersInfo(nullptr, &size), static_cast<ULONG>(ERROR_BUFFER_OVERFLOW));
+  std::vector<unsigned char> buffer(size);
+  auto* list = reinterpret_cast<IP_ADAPTER_INFO*>(buffer.data());
+  ASSERT_EQ(GetAdaptersInfo(list, &size), 0u);
+  ASSERT_FALSE(adapters.empty());
+  size_t n = 0;
+  for (const IP_ADAPTER_INFO* a = list; a != nullptr; a = a->Next, ++n) {
+    ASSERT_LT(n, adapters.size());
+    const PlatformAdapter& adapter = adapters[n];
+    SCOPED_TRACE(a->Description);
+    EXPECT_EQ(adapter.ifType, a->Type);
+    EXPECT_EQ(adapter.address, std::string(reinterpret_cast<const char*>(a->Address), a->AddressLength));
+    EXPECT_EQ(adapter.name, a->Description);
+    EXPECT_EQ(adapter.dhcpEnabled, a->DhcpEnabled != 0);
+    std::vector<std::string> addresses;
+    for (const IP_ADDR_STRING* ip = &a->IpAddressList; ip != nullptr; ip = ip->Next)
+      addresses.push_back(ip->IpAddress.String);
+    EXPECT_EQ(adapter.unicastAddresses, addresses);
+    EXPECT_TRUE(adapter.dnsServers.empty());
+    EXPECT_TRUE(adapter.gateways.empty());
+  }
+  EXPECT_EQ(n, adapters.size());
+}
+
+TEST_F(PlatformInterfacesOfWine, OlderListBuildsEntriesWithoutMtuUnderTheMacsOfTheNewerList) {
+  std::vector<PlatformAdapter> adapters;
+  ASSERT_EQ(ListAdaptersInfo(adapters), AdapterListing::Listed);
+  AttrMapIndex older;
+  GetPlatformInterfaces(older, adapters, {}, AdapterList::Info);
+  ASSERT_FALSE(older.empty());
+  AttrMapIndex newer;
+  ASSERT_TRUE(GetPlatformInterfaces(newer));
+  for (const auto& [mac, attrs] : older) {
+    SCOPED_TRACE(mac);
+    EXPECT_EQ(attrs->count("Mtu"), 0u);
+    EXPECT_EQ(attrs->at("id"), "0");
+    EXPECT_EQ(attrs->at("mac"), mac);
+    // An IPv4 adapter of the older list is one of the newer list too.
+    EXPECT_EQ(newer.count(mac), 1u);
+  }
+}
+
 }  // namespace

@@ -206,4 +206,88 @@ TEST_F(RasConnectionInfo, MissingNameIsLoggedAndGivesFalse) {
   EXPECT_EQ(LogFunctions(), std::vector<std::string>{"GetRASConnectionInfo"});
 }
 
+// The older adapter list, which stands in when the newer one succeeds
+// without a list.
+
+PlatformAdapter InfoAdapter(const std::string& address, const std::string& description) {
+  PlatformAdapter adapter = Ethernet(address, description);
+  adapter.mtu = 0;
+  adapter.up = false;
+  return adapter;
+}
+
+TEST_F(PlatformInterfaces, OlderListEntryHasIdZeroMacDescriptionAndDhcpButNoMtu) {
+  AttrMapIndex map;
+  PlatformAdapter adapter = InfoAdapter("\x00\x0c\x29\xaa\xbb\xcc"s, "Intel(R) PRO/1000");
+  adapter.dhcpEnabled = true;
+  GetPlatformInterfaces(map, {adapter}, {}, AdapterList::Info);
+  EXPECT_EQ(Keys(map), std::vector<std::string>{"00:0c:29:aa:bb:cc"});
+  EXPECT_EQ(*map.at("00:0c:29:aa:bb:cc"), (AttrMap{{"MACBinary", "\x00\x0c\x29\xaa\xbb\xcc"s},
+                                                   {"dhcp", "true"},
+                                                   {"id", "0"},
+                                                   {"mac", "00:0c:29:aa:bb:cc"},
+                                                   {"name", "Intel(R) PRO/1000"}}));
+}
+
+TEST_F(PlatformInterfaces, OlderListSkipsOnlyLoopback) {
+  AttrMapIndex map;
+  PlatformAdapter loopback = InfoAdapter("\x01"s, "loopback"), tunnel = InfoAdapter("\x02"s, "tunnel"),
+                  firewire = InfoAdapter("\x03"s, "firewire");
+  loopback.ifType = 24;
+  tunnel.ifType = 131;
+  firewire.ifType = 144;
+  PlatformAdapter noAddress = InfoAdapter("", "no address");
+  GetPlatformInterfaces(map, {loopback, tunnel, firewire, noAddress}, {}, AdapterList::Info);
+  // An adapter without address bytes stands under the empty MAC text.
+  EXPECT_EQ(Keys(map), (std::vector<std::string>{"", "02", "03"}));
+  EXPECT_EQ(map.at("")->at("name"), "no address");
+}
+
+TEST_F(PlatformInterfaces, OlderListTakesAddressesWithoutAnUpStateLeavingOutZero) {
+  AttrMapIndex map;
+  PlatformAdapter adapter = InfoAdapter("\x02\x01"s, "LAN");
+  adapter.unicastAddresses = {"10.0.0.5", "0.0.0.0", "10.0.0.6"};
+  GetPlatformInterfaces(map, {adapter}, {}, AdapterList::Info);
+  const AttrMap& attrs = *map.at("02:01");
+  EXPECT_EQ(attrs.at("IPs"), "10.0.0.5+10.0.0.6");
+  EXPECT_EQ(attrs.count("DNSServers"), 0u);
+  EXPECT_EQ(attrs.count("Gateway"), 0u);
+}
+
+TEST_F(PlatformInterfaces, OlderListAdapterWithOnlyTheZeroAddressHasNoIps) {
+  AttrMapIndex map;
+  PlatformAdapter adapter = InfoAdapter("\x02\x01"s, "LAN");
+  adapter.unicastAddresses = {"0.0.0.0"};
+  GetPlatformInterfaces(map, {adapter}, {}, AdapterList::Info);
+  EXPECT_EQ(map.at("02:01")->count("IPs"), 0u);
+}
+
+TEST_F(PlatformInterfaces, OlderListCountsSlipAsDialUp) {
+  AttrMapIndex map;
+  PlatformAdapter adapter = InfoAdapter("\x00\x53\x45\x00\x00\x00"s, "{c0ffee00-0000-0000-0000-000000000000}");
+  adapter.ifType = 28;
+  GetPlatformInterfaces(map, {adapter}, {Connection("Office", 0x2)}, AdapterList::Info);
+  const AttrMap& attrs = *map.begin()->second;
+  EXPECT_EQ(attrs.at("name"), "Office");
+  EXPECT_EQ(attrs.at("dhcp"), "false");
+}
+
+TEST_F(PlatformInterfaces, OlderListCountsPppAsDialUpWhateverItsFlag) {
+  AttrMapIndex map;
+  PlatformAdapter adapter = InfoAdapter("\x00\x53\x45\x00\x00\x00"s, "Modem");
+  adapter.ifType = 23;
+  GetPlatformInterfaces(map, {adapter}, {}, AdapterList::Info);
+  EXPECT_EQ(map.begin()->second->at("dhcp"), "true");
+}
+
+TEST_F(PlatformInterfaces, NewerListDoesNotCountSlipAsDialUp) {
+  AttrMapIndex map;
+  PlatformAdapter adapter = DialUp("{c0ffee00-0000-0000-0000-000000000000}");
+  adapter.ifType = 28;
+  GetPlatformInterfaces(map, {adapter}, {Connection("Office", 0x2)});
+  const AttrMap& attrs = *map.begin()->second;
+  EXPECT_EQ(attrs.at("name"), "{c0ffee00-0000-0000-0000-000000000000}");
+  EXPECT_EQ(attrs.at("dhcp"), "false");
+}
+
 }  // namespace

@@ -6,9 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "policy/deployment_lock.h"
 #include "server/server_test_files.h"
 #include "support/scratch_folder.h"
 #include "util/captured_log.h"
@@ -164,6 +168,21 @@ TEST_F(ParseMultiCmdXmlTest, DotInTheWorkingDirectoryFailsTheFirstCommandFile) {
   EXPECT_EQ(ParseMultiCmdXml(path, RecordResponse), -1);
   std::wstring commandFile = folder_ + L"\\agent0.v2\\notify_request.xml";
   EXPECT_NE(log_.Text().find("] can't open " + WidePathText(commandFile) + "\n"), std::string::npos);
+}
+
+TEST_F(ParseMultiCmdXmlTest, DeploymentWaitsForTheOneInProgress) {
+  s_Settings.s_bTestMode = true;
+  WriteTestFile(File(L"notify_request.xml"),
+                "<Message><Request cmd=\"SendSecurityConfiguration\"><SecurityConfiguration/></Request></Message>");
+  std::unique_lock<std::mutex> other(g_DeploymentLock);
+  std::thread server([this] { ParseMultiCmdXml(File(L"notify_request.xml"), RecordResponse); });
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  // Cut out, but not started while another deployment holds the files.
+  EXPECT_TRUE(Exists(L"notify_request0.xml"));
+  EXPECT_EQ(log_.Text().find("process xml command(0): SendSecurityConfiguration"), std::string::npos);
+  other.unlock();
+  server.join();
+  EXPECT_NE(log_.Text().find("] process xml command(0): SendSecurityConfiguration\n"), std::string::npos);
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ namespace {
 // Copies an assignment's attributes one by one; false as soon as it turns
 // out disabled.
 bool CopyAssignment(const XMLElement& e, AttrMap& map) {
+  map.reserve(AttributeCount(e));
   for (const XMLAttribute* a = e.FirstAttribute(); a != nullptr; a = a->Next()) {
     // Only the exact text "true" disables: "True" stays as an ordinary
     // attribute and the assignment is kept.
@@ -36,14 +37,22 @@ void ReadAssignments(const tinyxml2::XMLDocument& doc, const char* owner, const 
 }  // namespace
 
 void ReadPacketFilters(const tinyxml2::XMLDocument& doc, RawConfig& rawConfig) {
+  std::string prefix;
   for (const XMLElement* e = FirstPolicyElement(doc, {"PacketFilters", "PacketFilter"}); e != nullptr;
        e = e->NextSiblingElement()) {
     auto entry = std::make_unique<AttrMap>();
+    size_t count = AttributeCount(*e);
+    for (const XMLElement* child = e->FirstChildElement(); child != nullptr; child = child->NextSiblingElement())
+      count += AttributeCount(*child);
+    entry->reserve(count);
     CopyAttributes(*e, *entry);
     // Children of any name pass through as "child.attribute"; the packet
     // filter writer splits them at the first ".".
-    for (const XMLElement* child = e->FirstChildElement(); child != nullptr; child = child->NextSiblingElement())
-      CopyAttributes(*child, *entry, std::string(child->Name()) + ".");
+    for (const XMLElement* child = e->FirstChildElement(); child != nullptr; child = child->NextSiblingElement()) {
+      prefix.assign(child->Name());
+      prefix += '.';
+      CopyAttributes(*child, *entry, prefix);
+    }
     StoreByKey(rawConfig.packetFilterMap, "id", std::move(entry));
   }
   // First insertion stands: a SecurityProfile assignment beats a HostFilters
@@ -68,7 +77,7 @@ void ReadStatefulFilters(const tinyxml2::XMLDocument& doc, RawConfig& rawConfig)
       auto id = entry->find("statefulFilterId");
       if (id == entry->end()) continue;
       std::string key = id->second + "." + std::to_string(++ordinal);
-      InsertAttrMap(rawConfig.statefulAssignmentMap, key, std::move(entry));
+      InsertAttrMap(rawConfig.statefulAssignmentMap, std::move(key), std::move(entry));
     }
   }
 }

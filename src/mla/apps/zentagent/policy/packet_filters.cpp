@@ -2,20 +2,23 @@
 
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "policy/interface_mask.h"
 #include "service/debug_log.h"
+#include "service/settings.h"
 
 using tinyxml2::XMLElement;
 
 namespace {
 
-// One attribute that a filter's walk set on a child element.
+// One attribute that a filter's walk set on a child element; views into the
+// filter's AttrMap.
 struct ChildAttribute {
-  std::string elementName;
-  std::string attrName;
-  std::string attrValue;
+  std::string_view elementName;
+  std::string_view attrName;
+  std::string_view attrValue;
 };
 
 // Copies a packet filter's attributes onto packetFilter, in key order. A key
@@ -23,27 +26,34 @@ struct ChildAttribute {
 // elements, is split at its first "." and goes to the child element of that
 // name, made on first use. On the side named replacedSide (null: none) the
 // child is made but gets none of the manager's attributes: the bound host
-// address replaces them. Returns whether that happened; added receives what
-// went to child elements, for the caller's log.
+// address replaces them. Returns whether that happened; added (unless null)
+// receives what went to child elements, for the caller's log.
 bool CopyFilterAttributes(XMLElement* packetFilter, const AttrMap& attrs, const char* replacedSide,
-                          std::vector<ChildAttribute>& added) {
+                          std::vector<ChildAttribute>* added) {
   bool replaced = false;
+  // Keys with one element name follow each other in key order, so the child
+  // last found or made is the one for the next key of that name.
+  std::string elementName, attrName;
+  XMLElement* child = nullptr;
   for (const auto& [key, value] : attrs) {
     size_t dot = key.find('.');
     if (dot == std::string::npos) {
       packetFilter->SetAttribute(key.c_str(), value.c_str());
       continue;
     }
-    std::string elementName = key.substr(0, dot);
-    std::string attrName = key.substr(dot + 1);
-    XMLElement* child = packetFilter->FirstChildElement(elementName.c_str());
-    if (child == nullptr) child = packetFilter->InsertNewChildElement(elementName.c_str());
+    std::string_view name(key.data(), dot);
+    if (child == nullptr || name != elementName) {
+      elementName.assign(name);
+      child = packetFilter->FirstChildElement(elementName.c_str());
+      if (child == nullptr) child = packetFilter->InsertNewChildElement(elementName.c_str());
+    }
     if (replacedSide != nullptr && elementName == replacedSide) {
       replaced = true;
       continue;
     }
+    attrName.assign(key, dot + 1);
     child->SetAttribute(attrName.c_str(), value.c_str());
-    added.push_back({elementName, attrName, value});
+    if (added != nullptr) added->push_back({name, std::string_view(key).substr(dot + 1), value});
   }
   return replaced;
 }
@@ -68,10 +78,13 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, X
   WriteAttrElements(document, packetEngine, rawConfig.scheduleMap, "Schedule");
   WriteAttrElements(document, packetEngine, rawConfig.loggingPolicyMap, "LoggingPolicy");
 
+  // The walk's log lines are gathered only when they will be written.
+  const bool logAdded = s_Settings.DebugLevel >= 6;
   // Filters bound to a host IP: the filter's address on the side that
   // packetDirection names becomes the host's own address.
+  auto from = rawConfig.packetFilterMap.cbegin();
   for (const auto& [filterId, ipIds] : rawConfig.filterIpIdMap) {
-    auto filter = rawConfig.packetFilterMap.find(filterId);
+    auto filter = FindInOrder(rawConfig.packetFilterMap, from, filterId);
     if (filter == rawConfig.packetFilterMap.end()) {
       ZENT_LOG(1, L"cannot find packet filter id %S\n", filterId);
       continue;
@@ -89,7 +102,7 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, X
       int packetDirection = direction == attrs.end() ? 0 : std::atoi(direction->second.c_str());
       const char* hostSide = packetDirection == 1 ? "DestInfo" : "SourceInfo";
       std::vector<ChildAttribute> added;
-      bool replaced = CopyFilterAttributes(packetFilter, attrs, hostSide, added);
+      bool replaced = CopyFilterAttributes(packetFilter, attrs, hostSide, logAdded ? &added : nullptr);
       for (const ChildAttribute& a : added)
         ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
       // A filter without an address on that side stays without one.
@@ -108,8 +121,9 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, X
   }
 
   // Filters bound to interfaces: no address is replaced.
+  from = rawConfig.packetFilterMap.cbegin();
   for (const auto& [filterId, interfaceIds] : rawConfig.filterInterfaceIdMap) {
-    auto filter = rawConfig.packetFilterMap.find(filterId);
+    auto filter = FindInOrder(rawConfig.packetFilterMap, from, filterId);
     if (filter == rawConfig.packetFilterMap.end()) {
       ZENT_LOG(1, L"cannot find packet filter id %S\n", filterId);
       continue;
@@ -119,7 +133,7 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, X
     // An absent mask stands for all interfaces.
     if (!mask.empty()) packetFilter->SetAttribute("interfaces", mask.c_str());
     std::vector<ChildAttribute> added;
-    CopyFilterAttributes(packetFilter, *filter->second, nullptr, added);
+    CopyFilterAttributes(packetFilter, *filter->second, nullptr, logAdded ? &added : nullptr);
     for (const ChildAttribute& a : added)
       ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
   }

@@ -1,9 +1,12 @@
 #include "policy/payload_filters.h"
 
+#include <set>
 #include <string>
+#include <vector>
 
 #include "policy/interface_mask.h"
 #include "policy/strict_attribute.h"
+#include "policy/strict_integer.h"
 #include "service/debug_log.h"
 #include "util/base64_decode.h"
 
@@ -60,23 +63,57 @@ std::string LogFlagWord(RawConfig& rawConfig, const std::string& filterId, const
   return word;
 }
 
+// A payload filter bound to interfaces, with its priority read once for
+// the four passes.
+struct BoundFilter {
+  const std::string* filterId;
+  const std::set<std::string, BytewiseLess>* interfaceIds;
+  const AttrMap* filter;
+  enum { Missing, Bad, Read } priorityState;
+  int32_t priority;
+};
+
+// The entries of filterInterfaceIdMap whose filter is in payloadFilterMap,
+// in key order. Both maps are in that order, and are walked side by side.
+std::vector<BoundFilter> BoundPayloadFilters(const RawConfig& rawConfig) {
+  std::vector<BoundFilter> bound;
+  auto from = rawConfig.payloadFilterMap.cbegin();
+  for (const auto& [filterId, interfaceIds] : rawConfig.filterInterfaceIdMap) {
+    auto filterIt = FindInOrder(rawConfig.payloadFilterMap, from, filterId);
+    if (filterIt == rawConfig.payloadFilterMap.end()) continue;
+    const AttrMap& filter = *filterIt->second;
+    BoundFilter entry{&filterId, &interfaceIds, &filter, BoundFilter::Missing, 0};
+    if (const std::string* priority = Find(filter, "priority"))
+      entry.priorityState =
+          StrictStoi(*priority, entry.priority) == StrictIntegerResult::Ok ? BoundFilter::Read : BoundFilter::Bad;
+    bound.push_back(entry);
+  }
+  return bound;
+}
+
 }  // namespace
 
 void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLElement* fset) {
+  // Only interface bindings are written: a payload filter assigned by ipId
+  // alone reaches no element.
+  const std::vector<BoundFilter> bound = BoundPayloadFilters(rawConfig);
+  // One scratch document for every rules fragment: each parse starts it
+  // afresh.
+  tinyxml2::XMLDocument scratch;
   for (int pass = 0; pass < kPriorityCount; ++pass) {
-    // Only interface bindings are written: a payload filter assigned by
-    // ipId alone reaches no element.
-    for (const auto& [filterId, interfaceIds] : rawConfig.filterInterfaceIdMap) {
-      auto filterIt = rawConfig.payloadFilterMap.find(filterId);
-      if (filterIt == rawConfig.payloadFilterMap.end()) continue;
-      const AttrMap& filter = *filterIt->second;
+    for (const BoundFilter& entry : bound) {
+      const std::string& filterId = *entry.filterId;
+      const AttrMap& filter = *entry.filter;
 
-      if (Find(filter, "priority") == nullptr) {
+      // A missing or bad priority is reported in each of the four passes.
+      if (entry.priorityState == BoundFilter::Missing) {
         ZENT_LOG(1, L"cannot find priority in payload filter attributes\n");
         continue;
       }
-      int32_t priority = 0;
-      if (!StrictAttribute(rawConfig, "payloadFilterMap", filterId, filter, "priority", priority)) continue;
+      int32_t priority = entry.priority;
+      if (entry.priorityState == BoundFilter::Bad &&
+          !StrictAttribute(rawConfig, "payloadFilterMap", filterId, filter, "priority", priority))
+        continue;
       // Priorities outside 0 to 3 are never written, and quietly.
       if (priority != pass) continue;
 
@@ -130,7 +167,6 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLE
       if (const std::string* rules = Find(filter, "rules")) {
         std::string ruleCode = "<PayloadFilter>\n" + Base64Decode(rules->c_str()) + "</PayloadFilter>\n";
         ZENT_LOG(6, L"ruleCode=>\n%S\n", ruleCode);
-        tinyxml2::XMLDocument scratch;
         // The element stays in the document whatever the fragment holds.
         if (scratch.Parse(ruleCode.c_str(), ruleCode.size()) != tinyxml2::XML_SUCCESS) {
           ZENT_LOG(1, L"XML Parse failed for ruleCode\n");
@@ -143,7 +179,7 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLE
         }
       }
 
-      std::string interfaces = GetInterfaceMask(rawConfig, interfaceIds);
+      std::string interfaces = GetInterfaceMask(rawConfig, *entry.interfaceIds);
       if (!interfaces.empty()) element->SetAttribute("interfaces", interfaces.c_str());
 
       ZENT_LOG(6, L"Dpi filter added: ID(%S)\n", filterId);

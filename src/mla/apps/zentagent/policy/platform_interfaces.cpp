@@ -10,6 +10,7 @@ namespace {
 
 constexpr uint32_t kIfTypePpp = 23;
 constexpr uint32_t kIfTypeSoftwareLoopback = 24;
+constexpr uint32_t kIfTypeSlip = 28;
 constexpr uint32_t kIfTypeTunnel = 131;
 constexpr uint32_t kIfTypeIeee1394 = 144;
 constexpr uint32_t kRasSpecificIpAddr = 0x2;  // RASEO_SpecificIpAddr
@@ -22,6 +23,10 @@ void ReplaceAttr(AttrMap& attrs, const std::string& key, const std::string& valu
 }
 
 }  // namespace
+
+bool IsDialUp(const PlatformAdapter& adapter, AdapterList list) {
+  return adapter.ifType == kIfTypePpp || (list == AdapterList::Info && adapter.ifType == kIfTypeSlip);
+}
 
 std::string RasGuidText(uint32_t data1, uint16_t data2, uint16_t data3, const unsigned char data4[8]) {
   char text[40];
@@ -66,26 +71,37 @@ bool GetRASConnectionInfo(AttrMap& attrs, const std::vector<RasConnection>& conn
   return true;
 }
 
+namespace {
+
+bool Skipped(const PlatformAdapter& adapter, AdapterList list) {
+  if (adapter.ifType == kIfTypeSoftwareLoopback) return true;
+  // The older list knows neither the newer types nor adapters without an
+  // address: they are listed, the latter under an empty MAC text.
+  if (list == AdapterList::Info) return false;
+  return adapter.ifType == kIfTypeTunnel || adapter.ifType == kIfTypeIeee1394 || adapter.address.empty();
+}
+
+}  // namespace
+
 void GetPlatformInterfaces(AttrMapIndex& map, const std::vector<PlatformAdapter>& adapters,
-                           const std::vector<RasConnection>& connections) {
+                           const std::vector<RasConnection>& connections, AdapterList list) {
   for (const PlatformAdapter& adapter : adapters) {
-    if (adapter.ifType == kIfTypeSoftwareLoopback || adapter.ifType == kIfTypeTunnel ||
-        adapter.ifType == kIfTypeIeee1394 || adapter.address.empty())
-      continue;
+    if (Skipped(adapter, list)) continue;
     auto attrs = std::make_unique<AttrMap>();
     InsertAttr(*attrs, "id", "0");
     std::string mac = SetMacAttributes(*attrs, adapter.address);
     ZENT_LOG(4, L"Adapter: MACAddress('%S')\n", mac);
     ZENT_LOG(4, L"Adapter: Name('%s')\n", adapter.friendlyName);
     InsertAttr(*attrs, "name", adapter.name);
-    InsertAttr(*attrs, "Mtu", std::to_string(adapter.mtu));
-    if (adapter.ifType == kIfTypePpp) {
+    if (list == AdapterList::Addresses) InsertAttr(*attrs, "Mtu", std::to_string(adapter.mtu));
+    if (IsDialUp(adapter, list)) {
       InsertAttr(*attrs, "dhcp", "true");
       GetRASConnectionInfo(*attrs, connections);  // an adapter without a connection stays as listed
     } else {
       InsertAttr(*attrs, "dhcp", adapter.dhcpEnabled ? "true" : "false");
     }
-    if (adapter.up) {
+    // The older list has no up state: its addresses are all taken.
+    if (adapter.up || list == AdapterList::Info) {
       // Every walk leaves out "0.0.0.0"; the address family is not looked at.
       std::string ips, dnsServers, gateways;
       for (const std::string& address : adapter.unicastAddresses) {

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr ULONG kFirstBufferSize = 4480;
-constexpr ULONG kIfTypePpp = 23;
+constexpr ULONG kFirstInfoBufferSize = 7040;
 // A record this long or longer carries the gateway list.
 constexpr ULONG kRecordLengthWithGateways = 448;
 
@@ -49,7 +49,40 @@ PlatformAdapter ToRecord(const IP_ADAPTER_ADDRESSES& a) {
   return adapter;
 }
 
+PlatformAdapter ToRecord(const IP_ADAPTER_INFO& a) {
+  PlatformAdapter adapter;
+  adapter.ifType = a.Type;
+  adapter.address.assign(reinterpret_cast<const char*>(a.Address), a.AddressLength);
+  adapter.name = a.Description;
+  std::wstring description = ansiToWide(a.Description);
+  adapter.friendlyName.assign(reinterpret_cast<const char16_t*>(description.c_str()));
+  adapter.dhcpEnabled = a.DhcpEnabled != 0;
+  for (const IP_ADDR_STRING* ip = &a.IpAddressList; ip != nullptr; ip = ip->Next)
+    adapter.unicastAddresses.push_back(ip->IpAddress.String);
+  return adapter;
+}
+
 }  // namespace
+
+AdapterListing ListAdaptersInfo(std::vector<PlatformAdapter>& adapters) {
+  ULONG size = kFirstInfoBufferSize;
+  auto* list = static_cast<IP_ADAPTER_INFO*>(std::malloc(size));
+  if (list == nullptr) return AdapterListing::NoMemory;
+  ULONG result = GetAdaptersInfo(list, &size);
+  if (result == ERROR_BUFFER_OVERFLOW) {
+    std::free(list);
+    list = static_cast<IP_ADAPTER_INFO*>(std::malloc(size));
+    if (list == nullptr) return AdapterListing::NoMemory;
+    result = GetAdaptersInfo(list, &size);
+  }
+  if (result != NO_ERROR) {
+    std::free(list);
+    return AdapterListing::Failed;
+  }
+  for (const IP_ADAPTER_INFO* a = list; a != nullptr; a = a->Next) adapters.push_back(ToRecord(*a));
+  std::free(list);
+  return AdapterListing::Listed;
+}
 
 bool GetPlatformInterfaces(AttrMapIndex& map) {
   OSVERSIONINFOW os = {};
@@ -85,15 +118,29 @@ bool GetPlatformInterfaces(AttrMapIndex& map) {
     std::free(list);
     return false;
   }
-  ZENT_LOG(4, L"GetAdaptersAddresses Succeeded\n");
   std::vector<PlatformAdapter> adapters;
-  bool dialUp = false;
-  for (const IP_ADAPTER_ADDRESSES* a = list; a != nullptr; a = a->Next) {
-    adapters.push_back(ToRecord(*a));
-    dialUp = dialUp || a->IfType == kIfTypePpp;
+  AdapterList listed = AdapterList::Addresses;
+  if (list != nullptr) {
+    ZENT_LOG(4, L"GetAdaptersAddresses Succeeded\n");
+    for (const IP_ADAPTER_ADDRESSES* a = list; a != nullptr; a = a->Next) adapters.push_back(ToRecord(*a));
+    std::free(list);
+  } else {
+    // A success that left no list: the older list stands in.
+    listed = AdapterList::Info;
+    AdapterListing listing = ListAdaptersInfo(adapters);
+    if (listing == AdapterListing::NoMemory) {
+      ZENT_LOG(1, L"GetInterfaces() - error allocating memory.\n");
+      return false;
+    }
+    if (listing == AdapterListing::Failed) {
+      ZENT_LOG(1, L"GetInterfaces() - unable to list adapters\n");
+      return false;
+    }
+    ZENT_LOG(4, L"GetAdaptersInfo Succeeded\n");
   }
-  std::free(list);
-  GetPlatformInterfaces(map, adapters, dialUp ? ListRasConnections() : std::vector<RasConnection>());
+  bool dialUp = false;
+  for (const PlatformAdapter& adapter : adapters) dialUp = dialUp || IsDialUp(adapter, listed);
+  GetPlatformInterfaces(map, adapters, dialUp ? ListRasConnections() : std::vector<RasConnection>(), listed);
   GetBridgeInterfaces(map);
   return true;
 }

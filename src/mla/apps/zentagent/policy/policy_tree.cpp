@@ -17,16 +17,32 @@ const XMLElement* FirstPolicyElement(const tinyxml2::XMLDocument& doc, std::init
   return e;
 }
 
-void CopyAttributes(const XMLElement& element, AttrMap& map, const std::string& prefix) {
-  for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next())
-    InsertAttr(map, prefix + a->Name(), a->Value());
+size_t AttributeCount(const XMLElement& element) {
+  size_t count = 0;
+  for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next()) ++count;
+  return count;
+}
+
+void CopyAttributes(const XMLElement& element, AttrMap& map, std::string_view prefix) {
+  map.reserve(map.size() + AttributeCount(element));
+  if (prefix.empty()) {
+    for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next())
+      InsertAttr(map, a->Name(), a->Value());
+    return;
+  }
+  std::string key(prefix);
+  for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
+    key.resize(prefix.size());
+    key += a->Name();
+    InsertAttr(map, key, a->Value());
+  }
 }
 
 void StoreByKey(AttrMapIndex& index, const char* keyName, std::unique_ptr<AttrMap> entry) {
   auto key = entry->find(keyName);
   if (key == entry->end()) return;
   std::string keyValue = key->second;
-  InsertAttrMap(index, keyValue, std::move(entry));
+  InsertAttrMap(index, std::move(keyValue), std::move(entry));
 }
 
 void ReadById(const tinyxml2::XMLDocument& doc, std::initializer_list<const char*> path, AttrMapIndex& index) {

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "policy/attr_map.h"
 
@@ -23,7 +24,10 @@ const tinyxml2::XMLElement* FirstPolicyElement(const tinyxml2::XMLDocument& doc,
                                                std::initializer_list<const char*> path);
 
 // Every attribute of the element, its name after prefix.
-void CopyAttributes(const tinyxml2::XMLElement& element, AttrMap& map, const std::string& prefix = "");
+void CopyAttributes(const tinyxml2::XMLElement& element, AttrMap& map, std::string_view prefix = {});
+
+// How many attributes the element has, to size its AttrMap at once.
+size_t AttributeCount(const tinyxml2::XMLElement& element);
 
 // Stores the entry under the value of its attribute keyName; an entry
 // without it is dropped.

@@ -3,8 +3,8 @@
 #include "policy/strict_integer.h"
 #include "service/debug_log.h"
 
-bool StrictAttribute(RawConfig& rawConfig, const char* mapName, const std::string& entryKey, const AttrMap& attrs,
-                     const std::string& key, int32_t& value) {
+bool StrictAttribute(RawConfig& rawConfig, const char* mapName, std::string_view entryKey, const AttrMap& attrs,
+                     std::string_view key, int32_t& value) {
   value = 0;
   auto it = attrs.find(key);
   if (it == attrs.end()) return false;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "policy/raw_config.h"
 
@@ -11,5 +12,5 @@
 // held it, marks the translation failed (rawConfig.badNumber) and gives
 // false with value 0; the writer goes on, and the translation then fails.
 // An absent attribute gives false with value 0 and no log.
-bool StrictAttribute(RawConfig& rawConfig, const char* mapName, const std::string& entryKey, const AttrMap& attrs,
-                     const std::string& key, int32_t& value);
+bool StrictAttribute(RawConfig& rawConfig, const char* mapName, std::string_view entryKey, const AttrMap& attrs,
+                     std::string_view key, int32_t& value);

@@ -30,11 +30,13 @@ void GetInterfaces(RawConfig& rawConfig) {
       InsertAttr(*attrs, "typeId", "-1");
     }
     InsertAttr(*attrs, "ifidx", std::to_string(ifidx));
-    auto id = attrs->find("id");
-    if (id == attrs->end()) {
+    auto idIt = attrs->find("id");
+    if (idIt == attrs->end()) {
       ZENT_LOG(1, L"cannot find id attribute\n");
       continue;
     }
+    // A copy: inserting into the AttrMap below moves its entries.
+    std::string id = idIt->second;
     std::string driverId;
     auto driverIf = rawConfig.driverIfByMACMap.find(mac);
     if (driverIf != rawConfig.driverIfByMACMap.end()) {
@@ -42,9 +44,9 @@ void GetInterfaces(RawConfig& rawConfig) {
       if (driverIf->second->count("id") != 0) InsertAttr(*attrs, "driverIfconfig.id", driverId);
     }
     ZENT_LOG(4, L"Interface(%S) MAC(%S) virtual(%S) has MLM ID(%S) and driver ID(%S)\n", AttrOrEmpty(*attrs, "name"),
-             AttrOrEmpty(*attrs, "mac"), AttrOrEmpty(*attrs, "virtualDeviceKey"), id->second, driverId);
+             AttrOrEmpty(*attrs, "mac"), AttrOrEmpty(*attrs, "virtualDeviceKey"), id, driverId);
     // Two policy interfaces with one id: the first adapter in MAC order
     // stands.
-    InsertAttrMap(rawConfig.workingIfMap, id->second, std::move(attrs));
+    InsertAttrMap(rawConfig.workingIfMap, std::move(id), std::move(attrs));
   }
 }

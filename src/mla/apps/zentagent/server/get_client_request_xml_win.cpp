@@ -2,7 +2,9 @@
 // goes to its file first, then the policy label to memory, then to the ini,
 // and only then do the commands run.
 #include <cstdio>
+#include <mutex>
 
+#include "policy/deployment_lock.h"
 #include "server/server_conversation_win.h"
 #include "server/server_reply.h"
 #include "service/debug_log.h"
@@ -56,7 +58,11 @@ bool getClientRequestXml(const std::string& text, const std::wstring& path, uint
     ZENT_LOG(1, L"policy info of the request is not valid UTF-8, request refused\n");
     return false;
   }
-  s_Settings.RequestPolicy = utf8ToWide(reply.info.c_str());
+  {
+    // A deployment by pipe reads the label on the dispatcher's thread.
+    std::lock_guard<std::mutex> deployment(g_DeploymentLock);
+    s_Settings.RequestPolicy = utf8ToWide(reply.info.c_str());
+  }
   ZENT_LOG(4, L"start write request policy info: %s\n", s_Settings.RequestPolicy);
   ZENT_LOG(4, L"write policy info in ini...\n");
   if (!WritePrivateProfileStringW(L"Policy", L"RequestPolicy", s_Settings.RequestPolicy.c_str(),

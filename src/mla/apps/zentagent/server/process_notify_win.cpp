@@ -1,8 +1,10 @@
 // ProcessNotifyFn: the server conversation. A heartbeat goes out when the
 // first-heartbeat timer runs out, on the notify event, on the scheduled
 // timer when it is enabled, and after the rapid wait a reply asked for.
+#include <mutex>
 #include <vector>
 
+#include "policy/deployment_lock.h"
 #include "server/heartbeat_message.h"
 #include "server/server_conversation_win.h"
 #include "service/debug_log.h"
@@ -57,6 +59,12 @@ DWORD WINAPI ProcessNotifyFn(LPVOID) {
 int ProcessNotify(uint32_t* rapid) {
   std::string message;
   std::string description;
+  // A deployment on the dispatcher's thread may be replacing the label.
+  std::wstring deployedPolicy;
+  {
+    std::lock_guard<std::mutex> deployment(g_DeploymentLock);
+    deployedPolicy = s_Settings.DeployedPolicy;
+  }
   if (g_Engine.fullInfoHeartBeat) {
     SYSTEM_INFO system;
     GetSystemInfo(&system);
@@ -83,11 +91,11 @@ int ProcessNotify(uint32_t* rapid) {
     } else {
       ZENT_LOG(1, L"Failed to get agent installer version.\n");
     }
-    message = FormatLongHeartBeat(host, s_Settings.DeployedPolicy);
-    description = kLongHeartBeatLabel + wideToUtf8(s_Settings.DeployedPolicy.c_str());
+    message = FormatLongHeartBeat(host, deployedPolicy);
+    description = kLongHeartBeatLabel + wideToUtf8(deployedPolicy.c_str());
   } else {
-    message = FormatShortHeartBeat(s_Settings.DeployedPolicy);
-    description = kShortHeartBeatLabel + wideToUtf8(s_Settings.DeployedPolicy.c_str());
+    message = FormatShortHeartBeat(deployedPolicy);
+    description = kShortHeartBeatLabel + wideToUtf8(deployedPolicy.c_str());
   }
 
   std::string response;
