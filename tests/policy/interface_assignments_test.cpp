@@ -29,9 +29,7 @@ void AddWorkingInterface(RawConfig& raw, const std::string& id, const std::strin
 }
 
 std::string WriteAssignments(RawConfig& raw) {
-  tinyxml2::XMLDocument document;
-  ProcessInterfaceAssignments(raw, document, NewFset(document));
-  return PrintDocument(document);
+  return PrintFset([&](tinyxml2::XMLPrinter& out) { ProcessInterfaceAssignments(raw, out); });
 }
 
 }  // namespace
@@ -145,8 +143,9 @@ TEST_F(PolicyTest, TenthAssignmentOfAFilterSortsBeforeTheSecond) {
     AddWorkingInterface(raw, std::to_string(i), "if" + std::to_string(i), "1", std::to_string(i));
   }
   ASSERT_EQ(LoadPolicyTextQuietly(raw, StatefulPolicy(assignments)), 0);
+  std::string printed = WriteAssignments(raw);
   tinyxml2::XMLDocument document;
-  ProcessInterfaceAssignments(raw, document, NewFset(document));
+  ASSERT_EQ(document.Parse(printed.c_str()), tinyxml2::XML_SUCCESS);
   Strings names;
   for (auto* e = document.RootElement()->FirstChildElement(); e != nullptr; e = e->NextSiblingElement())
     names.push_back(e->Attribute("name"));

@@ -27,9 +27,7 @@ std::string HostPolicy(const std::string& packetFilters) {
 }
 
 std::string WriteAll(RawConfig& raw) {
-  tinyxml2::XMLDocument document;
-  WritePacketFilters(raw, document, NewFset(document));
-  return PrintDocument(document);
+  return PrintFset([&](tinyxml2::XMLPrinter& out) { WritePacketFilters(raw, out); });
 }
 
 void AddWorkingInterface(RawConfig& raw, const std::string& id, const std::string& driverId) {
