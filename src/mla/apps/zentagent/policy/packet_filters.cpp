@@ -64,12 +64,6 @@ bool PrintFilterAttributes(tinyxml2::XMLPrinter& out, const AttrMap& attrs, cons
   return replaced;
 }
 
-// The log lines of the child attributes a filter's walk printed.
-void LogAddedAttributes(const std::vector<ChildAttribute>& added) {
-  for (const ChildAttribute& a : added)
-    ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
-}
-
 }  // namespace
 
 void WriteAttrElements(tinyxml2::XMLPrinter& out, const AttrMapIndex& map, const char* elementName) {
@@ -113,7 +107,8 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
       std::vector<ChildAttribute> added;
       out.OpenElement("packetFilter");
       bool replaced = PrintFilterAttributes(out, attrs, nullptr, hostSide, logAdded ? &added : nullptr);
-      LogAddedAttributes(added);
+      for (const ChildAttribute& a : added)
+        ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
       // A filter without an address on that side stays without one.
       if (replaced) {
         // Comes behind the empty element of that name the walk printed: the
@@ -148,7 +143,8 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
     PrintFilterAttributes(out, *filter->second, mask.empty() ? nullptr : &interfaces, nullptr,
                           logAdded ? &added : nullptr);
     out.CloseElement();
-    LogAddedAttributes(added);
+    for (const ChildAttribute& a : added)
+      ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
   }
   out.CloseElement();
 }
