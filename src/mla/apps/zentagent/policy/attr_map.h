@@ -76,6 +76,25 @@ class AttrMap {
     if (it != entries_.end() && it->first == keyView) return {it, false};
     return {entries_.emplace(it, std::string(std::forward<Key>(key)), std::string(std::forward<Value>(value))), true};
   }
+  // As emplace for each entry of batch in turn, at one go: a key already
+  // present, or met earlier in batch, keeps its first value. Reorders
+  // batch. An element's attributes come in any order; sorting views of them
+  // once costs less than inserting the strings one by one into the middle.
+  void InsertAll(std::vector<std::pair<std::string_view, std::string_view>>& batch) {
+    std::stable_sort(batch.begin(), batch.end(),
+                     [](const auto& a, const auto& b) { return BytewiseBefore(a.first, b.first); });
+    std::vector<value_type> merged;
+    merged.reserve(entries_.size() + batch.size());
+    auto old = entries_.begin();
+    for (size_t i = 0; i < batch.size(); ++i) {
+      if (i > 0 && batch[i].first == batch[i - 1].first) continue;
+      while (old != entries_.end() && BytewiseBefore(old->first, batch[i].first)) merged.push_back(std::move(*old++));
+      if (old != entries_.end() && old->first == batch[i].first) continue;
+      merged.emplace_back(std::string(batch[i].first), std::string(batch[i].second));
+    }
+    while (old != entries_.end()) merged.push_back(std::move(*old++));
+    entries_ = std::move(merged);
+  }
   size_t erase(std::string_view key) {
     auto it = find(key);
     if (it == entries_.end()) return 0;
