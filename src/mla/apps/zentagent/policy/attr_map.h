@@ -81,8 +81,25 @@ class AttrMap {
   // batch. An element's attributes come in any order; sorting views of them
   // once costs less than inserting the strings one by one into the middle.
   void InsertAll(std::vector<std::pair<std::string_view, std::string_view>>& batch) {
-    std::stable_sort(batch.begin(), batch.end(),
-                     [](const auto& a, const auto& b) { return BytewiseBefore(a.first, b.first); });
+    auto before = [](const auto& a, const auto& b) { return BytewiseBefore(a.first, b.first); };
+    if (batch.size() > kShortBatch) {
+      std::stable_sort(batch.begin(), batch.end(), before);
+    } else {
+      // An element's handful of attributes: sorted in place, equal keys in
+      // batch order.
+      for (size_t i = 1; i < batch.size(); ++i) {
+        auto item = batch[i];
+        size_t j = i;
+        for (; j > 0 && before(item, batch[j - 1]); --j) batch[j] = batch[j - 1];
+        batch[j] = item;
+      }
+    }
+    if (entries_.empty()) {
+      entries_.reserve(batch.size());
+      for (size_t i = 0; i < batch.size(); ++i)
+        if (i == 0 || batch[i].first != batch[i - 1].first) entries_.emplace_back(batch[i].first, batch[i].second);
+      return;
+    }
     std::vector<value_type> merged;
     merged.reserve(entries_.size() + batch.size());
     auto old = entries_.begin();
@@ -90,7 +107,7 @@ class AttrMap {
       if (i > 0 && batch[i].first == batch[i - 1].first) continue;
       while (old != entries_.end() && BytewiseBefore(old->first, batch[i].first)) merged.push_back(std::move(*old++));
       if (old != entries_.end() && old->first == batch[i].first) continue;
-      merged.emplace_back(std::string(batch[i].first), std::string(batch[i].second));
+      merged.emplace_back(batch[i].first, batch[i].second);
     }
     while (old != entries_.end()) merged.push_back(std::move(*old++));
     entries_ = std::move(merged);
@@ -111,6 +128,7 @@ class AttrMap {
                             [](const value_type& entry, std::string_view k) { return BytewiseBefore(entry.first, k); });
   }
 
+  static constexpr size_t kShortBatch = 32;
   std::vector<value_type> entries_;
 };
 
