@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "policy/element_attributes.h"
 #include "policy/interface_mask.h"
 #include "service/debug_log.h"
 #include "service/settings.h"
@@ -34,11 +33,16 @@ struct ChildAttribute {
 // closes packetFilter.
 bool PrintFilterAttributes(tinyxml2::XMLPrinter& out, const AttrMap& attrs, const std::pair<const char*, const char*>* first,
                            const char* replacedSide, std::vector<ChildAttribute>* added) {
-  ElementAttributes own;
-  if (first != nullptr) own.Set(first->first, first->second);
+  // A filter attribute named like `first` takes its value, in its place.
+  std::string_view firstName;
+  if (first != nullptr) {
+    firstName = first->first;
+    auto own = attrs.find(firstName);
+    out.PushAttribute(first->first, own == attrs.end() ? first->second : own->second.c_str());
+  }
   for (const auto& [key, value] : attrs)
-    if (key.find('.') == std::string::npos) own.Set(key.c_str(), value.c_str());
-  own.Print(out);
+    if (key.find('.') == std::string::npos && (first == nullptr || key != firstName))
+      out.PushAttribute(key.c_str(), value.c_str());
 
   bool replaced = false;
   std::string elementName;
