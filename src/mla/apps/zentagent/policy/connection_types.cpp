@@ -82,17 +82,17 @@ void WriteConnectionTypes(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
     if (!StrictAttribute(rawConfig, "connectionMap", key, attrs, "protocol", protocol)) protocol = kProtocolNone;
 
     ElementAttributes element;
-    element.Set("ctype", ctypeText.c_str());
-    element.Set("inbound", inbound ? "1" : "0");
-    if (!name.empty()) element.Set("name", name.c_str());
-    if (!id.empty()) element.Set("mlm_id", id.c_str());
+    element.Add("ctype", ctypeText.c_str());
+    element.Add("inbound", inbound ? "1" : "0");
+    if (!name.empty()) element.Add("name", name.c_str());
+    if (!id.empty()) element.Add("mlm_id", id.c_str());
 
     if (protocol == kProtocolIcmp) {
       int32_t icmpType1 = 0, icmpType2 = 0;
       StrictAttribute(rawConfig, "connectionMap", key, attrs, "icmpType1", icmpType1);
       StrictAttribute(rawConfig, "connectionMap", key, attrs, "icmpType2", icmpType2);
       std::string icmpType = std::to_string(IcmpTypeValue(inbound, icmpType1, icmpType2));
-      element.Set("icmp_type", icmpType.c_str());
+      element.Add("icmp_type", icmpType.c_str());
       out.OpenElement("conType");
       element.Print(out);
       PrintChildElements(engine.FirstChildElement("conType"), out);
@@ -100,10 +100,10 @@ void WriteConnectionTypes(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
     } else {
       bool tcp = protocol == kProtocolTcp || protocol == kProtocolTcpUdp;
       bool udp = protocol == kProtocolUdp || protocol == kProtocolTcpUdp;
-      element.Set("tcp", tcp ? "1" : "0");
-      element.Set("udp", udp ? "1" : "0");
+      element.Add("tcp", tcp ? "1" : "0");
+      element.Add("udp", udp ? "1" : "0");
       if (const std::string* dynamicPort = FindAttr(attrs, "virtualPortName"))
-        element.Set("dynamic_port", dynamicPort->c_str());
+        element.Add("dynamic_port", dynamicPort->c_str());
 
       std::string portRange;
       if (!GetPorts(rawConfig, attrs, portRange)) {
@@ -141,7 +141,7 @@ void WriteConnectionTypes(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
         out.CloseElement();
         ZENT_LOG(6, L"port(%S), portHigh(%S), portLow(%S), more=true\n", item.text, range.portHigh, range.portLow);
       }
-      if (lastSeen) element.Set("port", lastPort.c_str());
+      if (lastSeen) element.Add("port", lastPort.c_str());
       out.OpenElement("conType");
       element.Print(out);
       PrintChildElements(engine.FirstChildElement("conType"), out);

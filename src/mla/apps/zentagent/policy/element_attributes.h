@@ -23,6 +23,8 @@ class ElementAttributes {
     }
     entries_.emplace_back(name, value);
   }
+  // For a name that no other attribute of the element can bear.
+  void Add(const char* name, const char* value) { entries_.emplace_back(name, value); }
   // Onto the element the printer has just opened.
   void Print(tinyxml2::XMLPrinter& out) const {
     for (const auto& [name, value] : entries_) out.PushAttribute(name, value);

@@ -30,7 +30,7 @@ bool IsTrue(const AttrMap& attrs, const char* key) {
 }
 
 void CopyAttribute(const AttrMap& attrs, const char* key, ElementAttributes& element) {
-  if (const std::string* value = Find(attrs, key)) element.Set(key, value->c_str());
+  if (const std::string* value = Find(attrs, key)) element.Add(key, value->c_str());
 }
 
 // The `log` word, comma-joined in a fixed order; the first-PDU timeout goes
@@ -52,10 +52,10 @@ std::string LogFlagWord(RawConfig& rawConfig, const std::string& filterId, const
     int32_t timeout = 0;
     StrictAttribute(rawConfig, "payloadFilterMap", filterId, filter, "logFirstPduTimeout", timeout);
     if (timeout != 0) {
-      element.Set("log_first_pdu", "1");
+      element.Add("log_first_pdu", "1");
       // Rebuilt from the number: "007" is written "7".
       timeoutText = std::to_string(timeout);
-      element.Set("log_first_pdu_time_interval", timeoutText.c_str());
+      element.Add("log_first_pdu_time_interval", timeoutText.c_str());
     }
   }
   if (IsTrue(filter, "logPacketDrop")) add("drop");
@@ -132,7 +132,7 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
         if (connection == rawConfig.connectionMap.end()) {
           ZENT_LOG(1, L"cannot find corresponding connection in connectionMap\n");
         } else if (const std::string* ctype = Find(*connection->second, "ctype")) {
-          element.Set("ctype", ctype->c_str());
+          element.Add("ctype", ctype->c_str());
         } else {
           ZENT_LOG(1, L"cannot find ctype in this connection\n");
         }
@@ -159,13 +159,13 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
         } else if (hourOfWeek->find_first_of("01") != std::string::npos) {
           ZENT_LOG(1, L"hourOfWeek contains illegal value %S\n", *hourOfWeek);
         } else if (hourOfWeek->find('0') != std::string::npos) {
-          element.Set("schedbits", hourOfWeek->c_str());
+          element.Add("schedbits", hourOfWeek->c_str());
         }
       }
 
       std::string timeoutText;
       std::string log = LogFlagWord(rawConfig, filterId, filter, element, timeoutText);
-      element.Set("log", log.c_str());
+      element.Add("log", log.c_str());
 
       CopyAttribute(filter, "ruleContextId", element);
 
@@ -184,7 +184,7 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
       }
 
       std::string interfaces = GetInterfaceMask(rawConfig, *entry.interfaceIds);
-      if (!interfaces.empty()) element.Set("interfaces", interfaces.c_str());
+      if (!interfaces.empty()) element.Add("interfaces", interfaces.c_str());
       out.OpenElement("PayloadFilter");
       element.Print(out);
       PrintChildElements(ruleChildren, out);

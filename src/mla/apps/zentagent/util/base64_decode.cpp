@@ -33,25 +33,28 @@ constexpr std::array<unsigned char, 256> kDecodeTable = MakeDecodeTable();
 bool DecodePlainLine(const char* text, size_t length, std::string& decoded) {
   if (length == 0 || length % 4 != 0) return false;
   size_t padding = text[length - 1] != '=' ? 0 : text[length - 2] != '=' ? 1 : 2;
-  std::string out;
-  out.reserve(length / 4 * 3);
-  for (size_t at = 0; at < length; at += 4) {
-    bool lastGroup = at + 4 == length;
-    size_t symbols = lastGroup ? 4 - padding : 4;
-    uint32_t bits = 0;
-    for (size_t i = 0; i < 4; ++i) {
-      unsigned char value = 0;
-      if (i < symbols) {
-        value = kDecodeTable[static_cast<unsigned char>(text[at + i])];
-        if (value == kNotInAlphabet) return false;
-      }
-      bits = bits << 6 | value;
-    }
-    if (symbols == 2 && (bits & 0xffff) != 0) return false;
-    if (symbols == 3 && (bits & 0xff) != 0) return false;
-    out.push_back(static_cast<char>(bits >> 16));
-    if (symbols >= 3) out.push_back(static_cast<char>(bits >> 8 & 0xff));
-    if (symbols == 4) out.push_back(static_cast<char>(bits & 0xff));
+  std::string out(length / 4 * 3 - padding, '\0');
+  char* to = out.data();
+  const unsigned char* from = reinterpret_cast<const unsigned char*>(text);
+  const unsigned char* wholeEnd = from + (padding == 0 ? length : length - 4);
+  for (; from < wholeEnd; from += 4) {
+    uint32_t a = kDecodeTable[from[0]], b = kDecodeTable[from[1]], c = kDecodeTable[from[2]], d = kDecodeTable[from[3]];
+    // Outside the alphabet is 0xff: any high bit tells it.
+    if (((a | b | c | d) & 0xc0) != 0) return false;
+    uint32_t bits = a << 18 | b << 12 | c << 6 | d;
+    *to++ = static_cast<char>(bits >> 16);
+    *to++ = static_cast<char>(bits >> 8 & 0xff);
+    *to++ = static_cast<char>(bits & 0xff);
+  }
+  if (padding != 0) {
+    uint32_t a = kDecodeTable[from[0]], b = kDecodeTable[from[1]];
+    uint32_t c = padding == 1 ? kDecodeTable[from[2]] : 0;
+    if (((a | b | c) & 0xc0) != 0) return false;
+    uint32_t bits = a << 18 | b << 12 | c << 6;
+    // No stray bits under the padding.
+    if ((bits & (padding == 1 ? 0xff : 0xffff)) != 0) return false;
+    *to++ = static_cast<char>(bits >> 16);
+    if (padding == 1) *to++ = static_cast<char>(bits >> 8 & 0xff);
   }
   decoded = std::move(out);
   return true;
