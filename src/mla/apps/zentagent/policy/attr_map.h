@@ -17,6 +17,10 @@
 // Keys order bytewise, common length by memcmp and then the shorter first:
 // "10" comes before "9". The agent configuration document shows this order.
 inline bool BytewiseBefore(std::string_view a, std::string_view b) {
+  // Attribute names mostly differ in their first byte: told apart here
+  // without a call.
+  if (!a.empty() && !b.empty() && a[0] != b[0])
+    return static_cast<unsigned char>(a[0]) < static_cast<unsigned char>(b[0]);
   size_t common = a.size() < b.size() ? a.size() : b.size();
   int c = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
   return c != 0 ? c < 0 : a.size() < b.size();
