@@ -47,6 +47,21 @@ TEST_F(PolicyTest, AllTrueIsGlobalWithoutLookingAtTheInterfaceId) {
             "</fset>\n");
 }
 
+TEST_F(PolicyTest, FilterAttributesNamedLikeTheWritersKeepTheirPlaceAndLoseTheirValue) {
+  RawConfig raw;
+  ASSERT_EQ(LoadPolicyTextQuietly(
+                raw, PolicyDocument("<StatefulFilters><StatefulFilter id=\"7\" interface=\"9\" name=\"Default\" "
+                                    "statefulConfiguration=\"Own\"/></StatefulFilters>"
+                                    "<HostFilters><StatefulFilterAssignments>"
+                                    "<StatefulFilterAssignment statefulFilterId=\"7\" all=\"true\"/>"
+                                    "</StatefulFilterAssignments></HostFilters>")),
+            0);
+  EXPECT_EQ(WriteAssignments(raw),
+            "<fset>\n"
+            "    <InterfaceConfig id=\"7\" interface=\"0\" statefulConfiguration=\"Own\" name=\"global\"/>\n"
+            "</fset>\n");
+}
+
 TEST_F(PolicyTest, AssignmentByIdTakesTheInterfaceNameAndDriverNumber) {
   RawConfig raw;
   ASSERT_EQ(LoadPolicyTextQuietly(raw, StatefulPolicy("<StatefulFilterAssignment statefulFilterId=\"7\" interfaceId=\"5\"/>")),

@@ -230,6 +230,19 @@ TEST_F(PolicyTest, InterfaceBindingWritesItsMaskBeforeAllOtherAttributes) {
             "</fset>\n");
 }
 
+TEST_F(PolicyTest, FilterOwnInterfacesAttributeTakesTheMaskPlace) {
+  RawConfig raw;
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, HostPolicy("<PacketFilter action=\"allow\" id=\"100\" interfaces=\"77\"/>")), 0);
+  AddWorkingInterface(raw, "1", "3");
+  raw.filterInterfaceIdMap["100"] = {"1"};
+  EXPECT_EQ(WriteAll(raw),
+            "<fset>\n"
+            "    <PacketEngine>\n"
+            "        <packetFilter interfaces=\"77\" action=\"allow\" id=\"100\"/>\n"
+            "    </PacketEngine>\n"
+            "</fset>\n");
+}
+
 TEST_F(PolicyTest, HostBindingsComeBeforeInterfaceBindings) {
   RawConfig raw;
   ASSERT_EQ(LoadPolicyTextQuietly(raw, HostPolicy("<PacketFilter id=\"100\"/><PacketFilter id=\"200\"/>")), 0);
