@@ -18,9 +18,8 @@ namespace {
 // Copies an assignment's attributes one by one; false as soon as it turns
 // out disabled.
 bool CopyAssignment(const XMLElement& e, AttrMap& map) {
-  // Kept from assignment to assignment, with its capacity.
-  thread_local std::vector<std::pair<std::string_view, std::string_view>> batch;
-  batch.clear();
+  std::vector<std::pair<std::string_view, std::string_view>> batch;
+  batch.reserve(AttributeCount(e));
   for (const XMLAttribute* a = e.FirstAttribute(); a != nullptr; a = a->Next()) {
     // Only the exact text "true" disables: "True" stays as an ordinary
     // attribute and the assignment is kept.

@@ -28,18 +28,16 @@ size_t AttributeCount(const XMLElement& element) {
 }
 
 void CopyAttributes(const XMLElement& element, AttrMap& map, std::string_view prefix) {
-  // Kept from element to element, with their capacity: a large policy has
-  // hundreds of thousands of them.
-  thread_local std::vector<std::pair<std::string_view, std::string_view>> batch;
-  thread_local std::vector<std::string> keys;
-  batch.clear();
+  size_t count = AttributeCount(element);
+  std::vector<std::pair<std::string_view, std::string_view>> batch;
+  batch.reserve(count);
   // The prefixed names, whole before any view is taken of them.
-  size_t count = 0;
+  std::vector<std::string> keys;
   if (!prefix.empty()) {
-    for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next(), ++count) {
-      if (keys.size() <= count) keys.emplace_back();
-      keys[count].assign(prefix);
-      keys[count] += a->Name();
+    keys.reserve(count);
+    for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
+      keys.emplace_back(prefix);
+      keys.back() += a->Name();
     }
   }
   size_t i = 0;
