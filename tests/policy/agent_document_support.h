@@ -1,20 +1,18 @@
-// The agent configuration document under construction in the section
-// writers' tests: an fset root, and its clear form as the rule compiler
-// receives it.
+// The agent configuration document in the section writers' tests: an fset
+// root, and its clear form as the rule compiler receives it.
 #pragma once
 
 #include <tinyxml2.h>
 
 #include <string>
 
-// Appends the fset root to an empty document.
-inline tinyxml2::XMLElement* NewFset(tinyxml2::XMLDocument& document) {
-  return document.InsertEndChild(document.NewElement("fset"))->ToElement();
-}
-
-// tinyxml2's normal indented print, the clear form of the document.
-inline std::string PrintDocument(const tinyxml2::XMLDocument& document) {
+// The section a writer prints into an open fset root, in tinyxml2's
+// indented form as the rule compiler receives it.
+template <class Writer>
+std::string PrintFset(Writer writer) {
   tinyxml2::XMLPrinter printer;
-  document.Print(&printer);
+  printer.OpenElement("fset");
+  writer(printer);
+  printer.CloseElement();
   return printer.CStr();
 }

@@ -6,6 +6,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 TEST(AttrMapOrder, KeysSortBytewiseSoTenComesBeforeNine) {
@@ -36,6 +38,16 @@ TEST(AttrMapInsertion, FirstValueOfAKeyStands) {
   InsertAttr(map, "value", "second");
   EXPECT_EQ(map.size(), 1u);
   EXPECT_EQ(map.at("value"), "first");
+}
+
+TEST(AttrMapInsertion, AllAtOnceKeepsPresentValuesAndTheFirstOfTheBatch) {
+  AttrMap map{{"m", "present"}};
+  std::vector<std::pair<std::string_view, std::string_view>> batch{
+      {"z", "1"}, {"m", "new"}, {"a", "first"}, {"a", "second"}, {"10", "ten"}, {"9", "nine"}};
+  map.InsertAll(batch);
+  std::vector<std::pair<std::string, std::string>> entries(map.begin(), map.end());
+  EXPECT_EQ(entries, (std::vector<std::pair<std::string, std::string>>{
+                         {"10", "ten"}, {"9", "nine"}, {"a", "first"}, {"m", "present"}, {"z", "1"}}));
 }
 
 TEST(AttrMapIndexInsertion, FirstEntryOfAKeyStands) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "agent_document_support.h"
 #include "policy/get_ports.h"
 #include "policy/port_items.h"
 #include "policy_test_support.h"
@@ -36,13 +37,7 @@ class ConnectionTypes : public PolicyTest {
 
   // The printed document after WriteConnectionTypes ran into an empty fset.
   std::string Write() {
-    tinyxml2::XMLDocument document;
-    tinyxml2::XMLElement* fset = document.NewElement("fset");
-    document.InsertEndChild(fset);
-    WriteConnectionTypes(raw, document, fset);
-    tinyxml2::XMLPrinter printer;
-    document.Print(&printer);
-    return printer.CStr();
+    return PrintFset([&](tinyxml2::XMLPrinter& out) { WriteConnectionTypes(raw, out); });
   }
 
   std::string Ctype(const std::string& id) { return raw.connectionMap.at(id)->at("ctype"); }

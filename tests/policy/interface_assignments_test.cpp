@@ -29,9 +29,7 @@ void AddWorkingInterface(RawConfig& raw, const std::string& id, const std::strin
 }
 
 std::string WriteAssignments(RawConfig& raw) {
-  tinyxml2::XMLDocument document;
-  ProcessInterfaceAssignments(raw, document, NewFset(document));
-  return PrintDocument(document);
+  return PrintFset([&](tinyxml2::XMLPrinter& out) { ProcessInterfaceAssignments(raw, out); });
 }
 
 }  // namespace
@@ -46,6 +44,21 @@ TEST_F(PolicyTest, AllTrueIsGlobalWithoutLookingAtTheInterfaceId) {
             "<fset>\n"
             "    <InterfaceConfig id=\"7\" statefulConfiguration=\"Default\" tcpState=\"on\" name=\"global\" "
             "interface=\"0\"/>\n"
+            "</fset>\n");
+}
+
+TEST_F(PolicyTest, FilterAttributesNamedLikeTheWritersKeepTheirPlaceAndLoseTheirValue) {
+  RawConfig raw;
+  ASSERT_EQ(LoadPolicyTextQuietly(
+                raw, PolicyDocument("<StatefulFilters><StatefulFilter id=\"7\" interface=\"9\" name=\"Default\" "
+                                    "statefulConfiguration=\"Own\"/></StatefulFilters>"
+                                    "<HostFilters><StatefulFilterAssignments>"
+                                    "<StatefulFilterAssignment statefulFilterId=\"7\" all=\"true\"/>"
+                                    "</StatefulFilterAssignments></HostFilters>")),
+            0);
+  EXPECT_EQ(WriteAssignments(raw),
+            "<fset>\n"
+            "    <InterfaceConfig id=\"7\" interface=\"0\" statefulConfiguration=\"Own\" name=\"global\"/>\n"
             "</fset>\n");
 }
 
@@ -145,8 +158,9 @@ TEST_F(PolicyTest, TenthAssignmentOfAFilterSortsBeforeTheSecond) {
     AddWorkingInterface(raw, std::to_string(i), "if" + std::to_string(i), "1", std::to_string(i));
   }
   ASSERT_EQ(LoadPolicyTextQuietly(raw, StatefulPolicy(assignments)), 0);
+  std::string printed = WriteAssignments(raw);
   tinyxml2::XMLDocument document;
-  ProcessInterfaceAssignments(raw, document, NewFset(document));
+  ASSERT_EQ(document.Parse(printed.c_str()), tinyxml2::XML_SUCCESS);
   Strings names;
   for (auto* e = document.RootElement()->FirstChildElement(); e != nullptr; e = e->NextSiblingElement())
     names.push_back(e->Attribute("name"));

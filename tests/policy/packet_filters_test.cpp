@@ -27,9 +27,7 @@ std::string HostPolicy(const std::string& packetFilters) {
 }
 
 std::string WriteAll(RawConfig& raw) {
-  tinyxml2::XMLDocument document;
-  WritePacketFilters(raw, document, NewFset(document));
-  return PrintDocument(document);
+  return PrintFset([&](tinyxml2::XMLPrinter& out) { WritePacketFilters(raw, out); });
 }
 
 void AddWorkingInterface(RawConfig& raw, const std::string& id, const std::string& driverId) {
@@ -228,6 +226,19 @@ TEST_F(PolicyTest, InterfaceBindingWritesItsMaskBeforeAllOtherAttributes) {
             "<fset>\n"
             "    <PacketEngine>\n"
             "        <packetFilter interfaces=\"9\" action=\"allow\" id=\"100\"/>\n"
+            "    </PacketEngine>\n"
+            "</fset>\n");
+}
+
+TEST_F(PolicyTest, FilterOwnInterfacesAttributeTakesTheMaskPlace) {
+  RawConfig raw;
+  ASSERT_EQ(LoadPolicyTextQuietly(raw, HostPolicy("<PacketFilter action=\"allow\" id=\"100\" interfaces=\"77\"/>")), 0);
+  AddWorkingInterface(raw, "1", "3");
+  raw.filterInterfaceIdMap["100"] = {"1"};
+  EXPECT_EQ(WriteAll(raw),
+            "<fset>\n"
+            "    <PacketEngine>\n"
+            "        <packetFilter interfaces=\"77\" action=\"allow\" id=\"100\"/>\n"
             "    </PacketEngine>\n"
             "</fset>\n");
 }

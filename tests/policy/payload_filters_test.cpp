@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "agent_document_support.h"
 #include "filter_test_support.h"
 #include "policy/filter_assignments.h"
 #include "policy_test_support.h"
@@ -34,13 +35,7 @@ void SetCtype(RawConfig& raw, const std::string& connectionId, const std::string
 // fset; the document in tinyxml2's indented print.
 std::string WritePayloadSection(RawConfig& raw) {
   ProcessFilters(raw, L"DPI", raw.payloadFilterAssignmentMap, raw.payloadFilterMap);
-  tinyxml2::XMLDocument document;
-  tinyxml2::XMLElement* fset = document.NewElement("fset");
-  document.InsertEndChild(fset);
-  WriteDpiFilters(raw, document, fset);
-  tinyxml2::XMLPrinter printer;
-  document.Print(&printer);
-  return printer.CStr();
+  return PrintFset([&](tinyxml2::XMLPrinter& out) { WriteDpiFilters(raw, out); });
 }
 
 }  // namespace

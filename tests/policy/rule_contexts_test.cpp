@@ -15,9 +15,7 @@ namespace {
 std::string WriteContexts(const std::string& ruleContexts) {
   RawConfig raw;
   EXPECT_EQ(LoadPolicyTextQuietly(raw, PolicyDocument("<RuleContexts>" + ruleContexts + "</RuleContexts>")), 0);
-  tinyxml2::XMLDocument document;
-  InstallRuleContexts(raw, document, NewFset(document));
-  return PrintDocument(document);
+  return PrintFset([&](tinyxml2::XMLPrinter& out) { InstallRuleContexts(raw, out); });
 }
 
 // "<context><rule a=\"1\"><x/></rule><other b=\"2\"/></context>"

@@ -21,6 +21,19 @@ TEST(Base64Decode, DecodesALongLineWithoutLineFeed) {
   EXPECT_EQ(Base64Decode(encoded.c_str()), clear);
 }
 
+TEST(Base64Decode, DecodesALineOfMoreThanAKilobyte) {
+  // 2400 bytes as one 3200-character line.
+  std::string clear, encoded;
+  for (int i = 0; i < 300; ++i) clear += "<rule/>\n";
+  for (int i = 0; i < 100; ++i) encoded += "PHJ1bGUvPgo8cnVsZS8+CjxydWxlLz4K";
+  EXPECT_EQ(Base64Decode(encoded.c_str()), clear);
+}
+
+TEST(Base64Decode, DecodesOneAndTwoPaddingCharacters) {
+  EXPECT_EQ(Base64Decode("aGVsbA=="), "hell");
+  EXPECT_EQ(Base64Decode("aGVsbG8h"), "hello!");
+}
+
 TEST(Base64Decode, DecodesLinesEndedByLineFeeds) {
   EXPECT_EQ(Base64Decode("PGNvblR5cGU+\nPC9jb25UeXBlPg==\n"), "<conType></conType>");
 }

@@ -8,16 +8,17 @@
 
 #include "policy/raw_config.h"
 
-// Fills the document: fset with, in order, the system settings, rule
-// contexts, interface assignments, PacketEngine, connection types and
-// payload filters. 0, or -1 when both features are off (nothing written)
-// or a writer met a bad number.
-int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLDocument& document);
+// Prints the document into an empty printer, in tinyxml2's indented form:
+// fset with, in order, the system settings, rule contexts, interface
+// assignments, PacketEngine, connection types and payload filters. 0, or -1
+// when both features are off (nothing printed) or a writer met a bad number
+// (what was printed is not to be used).
+int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLPrinter& document);
 
-// Writes the document to path: tinyxml2's indented form when ConfigEncrypt
-// is off, its encrypted form when on. 0 or -1; a failed write may leave the
-// file empty or cut short.
-int WriteXML(tinyxml2::XMLDocument& document, const std::wstring& path);
+// Writes the printed document to path: in clear when ConfigEncrypt is off,
+// encrypted when on. 0 or -1; a failed write may leave the file empty or
+// cut short.
+int WriteXML(const tinyxml2::XMLPrinter& document, const std::wstring& path);
 
 // The translation once its interface maps (driverIfByMACMap,
 // platformIfByMACMap) are filled: opens and loads the policy, creates and

@@ -17,6 +17,10 @@
 // Keys order bytewise, common length by memcmp and then the shorter first:
 // "10" comes before "9". The agent configuration document shows this order.
 inline bool BytewiseBefore(std::string_view a, std::string_view b) {
+  // Attribute names mostly differ in their first byte: told apart here
+  // without a call.
+  if (!a.empty() && !b.empty() && a[0] != b[0])
+    return static_cast<unsigned char>(a[0]) < static_cast<unsigned char>(b[0]);
   size_t common = a.size() < b.size() ? a.size() : b.size();
   int c = common == 0 ? 0 : std::memcmp(a.data(), b.data(), common);
   return c != 0 ? c < 0 : a.size() < b.size();
@@ -76,6 +80,42 @@ class AttrMap {
     if (it != entries_.end() && it->first == keyView) return {it, false};
     return {entries_.emplace(it, std::string(std::forward<Key>(key)), std::string(std::forward<Value>(value))), true};
   }
+  // As emplace for each entry of batch in turn, at one go: a key already
+  // present, or met earlier in batch, keeps its first value. Reorders
+  // batch. An element's attributes come in any order; sorting views of them
+  // once costs less than inserting the strings one by one into the middle.
+  void InsertAll(std::vector<std::pair<std::string_view, std::string_view>>& batch) {
+    auto before = [](const auto& a, const auto& b) { return BytewiseBefore(a.first, b.first); };
+    if (batch.size() > kShortBatch) {
+      std::stable_sort(batch.begin(), batch.end(), before);
+    } else {
+      // An element's handful of attributes: sorted in place, equal keys in
+      // batch order.
+      for (size_t i = 1; i < batch.size(); ++i) {
+        auto item = batch[i];
+        size_t j = i;
+        for (; j > 0 && before(item, batch[j - 1]); --j) batch[j] = batch[j - 1];
+        batch[j] = item;
+      }
+    }
+    if (entries_.empty()) {
+      entries_.reserve(batch.size());
+      for (size_t i = 0; i < batch.size(); ++i)
+        if (i == 0 || batch[i].first != batch[i - 1].first) entries_.emplace_back(batch[i].first, batch[i].second);
+      return;
+    }
+    std::vector<value_type> merged;
+    merged.reserve(entries_.size() + batch.size());
+    auto old = entries_.begin();
+    for (size_t i = 0; i < batch.size(); ++i) {
+      if (i > 0 && batch[i].first == batch[i - 1].first) continue;
+      while (old != entries_.end() && BytewiseBefore(old->first, batch[i].first)) merged.push_back(std::move(*old++));
+      if (old != entries_.end() && old->first == batch[i].first) continue;
+      merged.emplace_back(batch[i].first, batch[i].second);
+    }
+    while (old != entries_.end()) merged.push_back(std::move(*old++));
+    entries_ = std::move(merged);
+  }
   size_t erase(std::string_view key) {
     auto it = find(key);
     if (it == entries_.end()) return 0;
@@ -92,6 +132,7 @@ class AttrMap {
                             [](const value_type& entry, std::string_view k) { return BytewiseBefore(entry.first, k); });
   }
 
+  static constexpr size_t kShortBatch = 32;
   std::vector<value_type> entries_;
 };
 

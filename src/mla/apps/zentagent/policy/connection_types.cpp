@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "policy/element_attributes.h"
 #include "policy/get_ports.h"
 #include "policy/port_items.h"
 #include "policy/strict_attribute.h"
@@ -9,7 +10,6 @@
 #include "util/base64_decode.h"
 
 using tinyxml2::XMLDocument;
-using tinyxml2::XMLElement;
 
 namespace {
 
@@ -25,14 +25,6 @@ const std::string* FindAttr(const AttrMap& attrs, const char* key) {
   return it == attrs.end() ? nullptr : &it->second;
 }
 
-// Appends a copy of each child element of the engine fragment's conType.
-void AppendEngineChildren(const XMLDocument& engine, XMLDocument& document, XMLElement* target) {
-  const XMLElement* root = engine.FirstChildElement("conType");
-  if (root == nullptr) return;
-  for (const XMLElement* child = root->FirstChildElement(); child != nullptr; child = child->NextSiblingElement())
-    target->InsertEndChild(child->DeepClone(&document));
-}
-
 }  // namespace
 
 int16_t IcmpTypeValue(bool inbound, int32_t icmpType1, int32_t icmpType2) {
@@ -44,7 +36,7 @@ int16_t IcmpTypeValue(bool inbound, int32_t icmpType1, int32_t icmpType2) {
   return static_cast<int16_t>(static_cast<uint16_t>(value));
 }
 
-void WriteConnectionTypes(RawConfig& rawConfig, XMLDocument& document, XMLElement* fset) {
+void WriteConnectionTypes(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
   int ctype = 0;
   for (auto& [key, entry] : rawConfig.connectionMap) {
     AttrMap& attrs = *entry;
@@ -89,37 +81,40 @@ void WriteConnectionTypes(RawConfig& rawConfig, XMLDocument& document, XMLElemen
     bool inbound = StrictAttribute(rawConfig, "connectionMap", key, attrs, "direction", direction) && direction == 1;
     if (!StrictAttribute(rawConfig, "connectionMap", key, attrs, "protocol", protocol)) protocol = kProtocolNone;
 
-    XMLElement* element = document.NewElement("conType");
-    element->SetAttribute("ctype", ctypeText.c_str());
-    element->SetAttribute("inbound", inbound ? "1" : "0");
-    if (!name.empty()) element->SetAttribute("name", name.c_str());
-    if (!id.empty()) element->SetAttribute("mlm_id", id.c_str());
+    ElementAttributes element;
+    element.Add("ctype", ctypeText.c_str());
+    element.Add("inbound", inbound ? "1" : "0");
+    if (!name.empty()) element.Add("name", name.c_str());
+    if (!id.empty()) element.Add("mlm_id", id.c_str());
 
     if (protocol == kProtocolIcmp) {
       int32_t icmpType1 = 0, icmpType2 = 0;
       StrictAttribute(rawConfig, "connectionMap", key, attrs, "icmpType1", icmpType1);
       StrictAttribute(rawConfig, "connectionMap", key, attrs, "icmpType2", icmpType2);
-      element->SetAttribute("icmp_type", std::to_string(IcmpTypeValue(inbound, icmpType1, icmpType2)).c_str());
-      fset->InsertEndChild(element);
-      AppendEngineChildren(engine, document, element);
+      std::string icmpType = std::to_string(IcmpTypeValue(inbound, icmpType1, icmpType2));
+      element.Add("icmp_type", icmpType.c_str());
+      out.OpenElement("conType");
+      element.Print(out);
+      PrintChildElements(engine.FirstChildElement("conType"), out);
+      out.CloseElement();
     } else {
       bool tcp = protocol == kProtocolTcp || protocol == kProtocolTcpUdp;
       bool udp = protocol == kProtocolUdp || protocol == kProtocolTcpUdp;
-      element->SetAttribute("tcp", tcp ? "1" : "0");
-      element->SetAttribute("udp", udp ? "1" : "0");
+      element.Add("tcp", tcp ? "1" : "0");
+      element.Add("udp", udp ? "1" : "0");
       if (const std::string* dynamicPort = FindAttr(attrs, "virtualPortName"))
-        element->SetAttribute("dynamic_port", dynamicPort->c_str());
+        element.Add("dynamic_port", dynamicPort->c_str());
 
       std::string portRange;
       if (!GetPorts(rawConfig, attrs, portRange)) {
         ZENT_LOG(1, L"GetPorts failed, name(%S), id(%S)\n", name, id);
-        document.DeleteNode(element);
         continue;
       }
-      fset->InsertEndChild(element);
       ZENT_LOG(6, L"portRange(%S)\n", portRange);
 
       PortRange range;
+      std::string lastPort;
+      bool lastSeen = false;
       for (const PortItem& item : SplitPorts(portRange)) {
         std::string badText;
         StrictIntegerResult result = ApplyPortItem(item.text, item.last, range, badText);
@@ -129,24 +124,28 @@ void WriteConnectionTypes(RawConfig& rawConfig, XMLDocument& document, XMLElemen
           rawConfig.badNumber = true;
         }
         if (item.last) {
-          element->SetAttribute("port", PortText(range).c_str());
+          lastPort = PortText(range);
+          lastSeen = true;
           ZENT_LOG(6, L"port(%S), portHigh(%S), portLow(%S), more=false\n", item.text, range.portHigh,
                    range.portLow);
           continue;
         }
-        // The copy is taken before `more` and `port`, and before the engine
-        // children, which stand on the last element of the connection only.
-        XMLElement* copy = element->DeepClone(&document)->ToElement();
-        fset->InsertEndChild(copy);
-        copy->SetAttribute("more", "1");
-        copy->SetAttribute("port", PortText(range).c_str());
+        // Each element but the last bears `more` "1": another element of
+        // the same connection follows, for the rule compiler. The engine
+        // children stand on the last element only.
+        std::string port = PortText(range);
+        out.OpenElement("conType");
+        element.Print(out);
+        out.PushAttribute("more", "1");
+        out.PushAttribute("port", port.c_str());
+        out.CloseElement();
         ZENT_LOG(6, L"port(%S), portHigh(%S), portLow(%S), more=true\n", item.text, range.portHigh, range.portLow);
       }
-      AppendEngineChildren(engine, document, element);
-      // The element without `more` goes behind the ones with it: `more` "1"
-      // tells the rule compiler that another element of the same connection
-      // follows. Inserting a linked node moves it to the end.
-      fset->InsertEndChild(element);
+      if (lastSeen) element.Add("port", lastPort.c_str());
+      out.OpenElement("conType");
+      element.Print(out);
+      PrintChildElements(engine.FirstChildElement("conType"), out);
+      out.CloseElement();
     }
     ZENT_LOG(6, L"connection: ID(%S), attr(%p)\n", key, static_cast<const void*>(&attrs));
   }

@@ -3,7 +3,7 @@
 #include "policy/config_sections.h"
 #include "service/debug_log.h"
 
-int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLDocument& document) {
+int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLPrinter& document) {
   // WQX plays no part; with DPI alone the packet filters are written all
   // the same.
   if (!rawConfig.FW && !rawConfig.DPI) {
@@ -12,30 +12,32 @@ int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLDocument& document) {
   }
   if (!rawConfig.platformIfByMACMap.empty()) GetInterfaces(rawConfig);
 
-  tinyxml2::XMLElement* fset = document.NewElement("fset");
-  document.InsertEndChild(fset);
+  // Printed as it is made, element by element: the bytes are those of the
+  // same elements built into a tinyxml2 document and printed.
+  document.OpenElement("fset");
   for (const auto& [name, value] : rawConfig.systemSettings) {
-    tinyxml2::XMLElement* setting = document.NewElement("SystemSetting");
-    setting->SetAttribute("name", name.c_str());
-    setting->SetAttribute("value", value.c_str());
-    fset->InsertEndChild(setting);
+    document.OpenElement("SystemSetting");
+    document.PushAttribute("name", name.c_str());
+    document.PushAttribute("value", value.c_str());
+    document.CloseElement();
     ZENT_LOG(6, L"systeming setting: k(%S), v(%S)\n", name, value);
   }
-  InstallRuleContexts(rawConfig, document, fset);
-  ProcessInterfaceAssignments(rawConfig, document, fset);
+  InstallRuleContexts(rawConfig, document);
+  ProcessInterfaceAssignments(rawConfig, document);
 
   rawConfig.filterInterfaceIdMap.clear();
   rawConfig.filterIpIdMap.clear();
   ProcessFilters(rawConfig, L"FW", rawConfig.packetFilterAssignmentMap, rawConfig.packetFilterMap);
-  WritePacketFilters(rawConfig, document, fset);
+  WritePacketFilters(rawConfig, document);
 
   rawConfig.filterInterfaceIdMap.clear();
   rawConfig.filterIpIdMap.clear();
   ProcessFilters(rawConfig, L"DPI", rawConfig.payloadFilterAssignmentMap, rawConfig.payloadFilterMap);
   // The connection types first: they number the ctype that the payload
   // filters then read.
-  WriteConnectionTypes(rawConfig, document, fset);
-  WriteDpiFilters(rawConfig, document, fset);
+  WriteConnectionTypes(rawConfig, document);
+  WriteDpiFilters(rawConfig, document);
+  document.CloseElement();
 
   // A bad number met by any writer fails the translation: no document is
   // written from it.

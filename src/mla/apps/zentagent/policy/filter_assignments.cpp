@@ -78,7 +78,9 @@ void AddFilter(RawConfig& rawConfig, const wchar_t* filterType, const std::strin
   // First binding stands: a filter already present keeps the one interface
   // or IP it met first, so an interface type that matches three interfaces
   // binds the filter to the first of them in workingIfMap only.
-  target.try_emplace(filterId, std::initializer_list<std::string>{std::to_string(number)});
+  // ProcessFilters binds in ascending filter id order: the hint at the end
+  // spares the map a search from its root.
+  target.try_emplace(target.end(), filterId, std::initializer_list<std::string>{std::to_string(number)});
   if (byIp)
     ZENT_LOG(6, L"Added %s filter %S to ip %d\n", filterType, filterId, number);
   else

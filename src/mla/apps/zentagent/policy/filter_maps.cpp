@@ -3,6 +3,9 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "policy/policy_tree.h"
 #include "policy/raw_config_passes.h"
@@ -15,13 +18,15 @@ namespace {
 // Copies an assignment's attributes one by one; false as soon as it turns
 // out disabled.
 bool CopyAssignment(const XMLElement& e, AttrMap& map) {
-  map.reserve(AttributeCount(e));
+  std::vector<std::pair<std::string_view, std::string_view>> batch;
+  batch.reserve(AttributeCount(e));
   for (const XMLAttribute* a = e.FirstAttribute(); a != nullptr; a = a->Next()) {
     // Only the exact text "true" disables: "True" stays as an ordinary
     // attribute and the assignment is kept.
     if (std::strcmp(a->Name(), "disabled") == 0 && std::strcmp(a->Value(), "true") == 0) return false;
-    InsertAttr(map, a->Name(), a->Value());
+    batch.emplace_back(a->Name(), a->Value());
   }
+  map.InsertAll(batch);
   return true;
 }
 

@@ -4,10 +4,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "policy/element_attributes.h"
 #include "policy/strict_attribute.h"
 #include "service/debug_log.h"
-
-using tinyxml2::XMLElement;
 
 namespace {
 
@@ -29,7 +28,7 @@ const AttrMap* FirstInterfaceWith(RawConfig& rawConfig, const char* key, int val
 
 }  // namespace
 
-void ProcessInterfaceAssignments(RawConfig& rawConfig, tinyxml2::XMLDocument&, XMLElement* fset) {
+void ProcessInterfaceAssignments(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
   // Keys are the filter id, "." and an ordinal, in byte order: "7.10" comes
   // before "7.2".
   for (const auto& [key, assignment] : rawConfig.statefulAssignmentMap) {
@@ -56,16 +55,22 @@ void ProcessInterfaceAssignments(RawConfig& rawConfig, tinyxml2::XMLDocument&, X
       if (target == nullptr) continue;
     }
 
-    XMLElement* interfaceConfig = fset->InsertNewChildElement("InterfaceConfig");
+    // A policy attribute named like one set here gives up its value and
+    // keeps its place.
+    ElementAttributes interfaceConfig;
     for (const auto& [name, value] : *filter->second)
-      interfaceConfig->SetAttribute(name == "name" ? "statefulConfiguration" : name.c_str(), value.c_str());
+      interfaceConfig.Set(name == "name" ? "statefulConfiguration" : name.c_str(), value.c_str());
+    std::string interfaceNumber = "0";
     if (global) {
-      interfaceConfig->SetAttribute("name", "global");
-      interfaceConfig->SetAttribute("interface", "0");
+      interfaceConfig.Set("name", "global");
     } else {
       auto name = target->find("name");
-      interfaceConfig->SetAttribute("name", name == target->end() ? "" : name->second.c_str());
-      interfaceConfig->SetAttribute("interface", std::to_string(LaxAttribute(*target, "driverIfconfig.id")).c_str());
+      interfaceConfig.Set("name", name == target->end() ? "" : name->second.c_str());
+      interfaceNumber = std::to_string(LaxAttribute(*target, "driverIfconfig.id"));
     }
+    interfaceConfig.Set("interface", interfaceNumber.c_str());
+    out.OpenElement("InterfaceConfig");
+    interfaceConfig.Print(out);
+    out.CloseElement();
   }
 }

@@ -6,10 +6,9 @@
 
 #include "policy/raw_config.h"
 
-// Appends one InterfaceConfig element to fset for each entry of
+// Prints one InterfaceConfig element into the open fset for each entry of
 // statefulAssignmentMap, in key order, whose filter is in statefulMap and
 // whose target resolves: all interfaces ("global"), else the first
 // interface of workingIfMap of its interfaceTypeId, else of its
 // interfaceId.
-void ProcessInterfaceAssignments(RawConfig& rawConfig, tinyxml2::XMLDocument& document,
-                                 tinyxml2::XMLElement* fset);
+void ProcessInterfaceAssignments(RawConfig& rawConfig, tinyxml2::XMLPrinter& out);

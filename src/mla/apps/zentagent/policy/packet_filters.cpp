@@ -3,13 +3,12 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "policy/interface_mask.h"
 #include "service/debug_log.h"
 #include "service/settings.h"
-
-using tinyxml2::XMLElement;
 
 namespace {
 
@@ -21,62 +20,71 @@ struct ChildAttribute {
   std::string_view attrValue;
 };
 
-// Copies a packet filter's attributes onto packetFilter, in key order. A key
+// Prints a packet filter's attributes, in key order, into packetFilter,
+// which the printer has just opened, after `first` (null: none), which a
+// filter attribute of the same name replaces in its place. A key
 // "Element.attr", which the load made of one of the manager's child
 // elements, is split at its first "." and goes to the child element of that
-// name, made on first use. On the side named replacedSide (null: none) the
-// child is made but gets none of the manager's attributes: the bound host
+// name; the keys of one child follow each other in key order, so each child
+// is one run of keys. On the side named replacedSide (null: none) the child
+// is printed but gets none of the manager's attributes: the bound host
 // address replaces them. Returns whether that happened; added (unless null)
-// receives what went to child elements, for the caller's log.
-bool CopyFilterAttributes(XMLElement* packetFilter, const AttrMap& attrs, const char* replacedSide,
-                          std::vector<ChildAttribute>* added) {
+// receives what went to child elements, for the caller's log. The caller
+// closes packetFilter.
+bool PrintFilterAttributes(tinyxml2::XMLPrinter& out, const AttrMap& attrs, const std::pair<const char*, const char*>* first,
+                           const char* replacedSide, std::vector<ChildAttribute>* added) {
+  // A filter attribute named like `first` takes its value, in its place.
+  std::string_view firstName;
+  if (first != nullptr) {
+    firstName = first->first;
+    auto own = attrs.find(firstName);
+    out.PushAttribute(first->first, own == attrs.end() ? first->second : own->second.c_str());
+  }
+  for (const auto& [key, value] : attrs)
+    if (key.find('.') == std::string::npos && (first == nullptr || key != firstName))
+      out.PushAttribute(key.c_str(), value.c_str());
+
   bool replaced = false;
-  // Keys with one element name follow each other in key order, so the child
-  // last found or made is the one for the next key of that name.
-  std::string elementName, attrName;
-  XMLElement* child = nullptr;
+  std::string elementName;
+  bool childOpen = false;
   for (const auto& [key, value] : attrs) {
     size_t dot = key.find('.');
-    if (dot == std::string::npos) {
-      packetFilter->SetAttribute(key.c_str(), value.c_str());
-      continue;
-    }
+    if (dot == std::string::npos) continue;
     std::string_view name(key.data(), dot);
-    if (child == nullptr || name != elementName) {
+    if (!childOpen || name != elementName) {
+      if (childOpen) out.CloseElement();
       elementName.assign(name);
-      child = packetFilter->FirstChildElement(elementName.c_str());
-      if (child == nullptr) child = packetFilter->InsertNewChildElement(elementName.c_str());
+      out.OpenElement(elementName.c_str());
+      childOpen = true;
     }
     if (replacedSide != nullptr && elementName == replacedSide) {
       replaced = true;
       continue;
     }
-    attrName.assign(key, dot + 1);
-    child->SetAttribute(attrName.c_str(), value.c_str());
+    out.PushAttribute(key.c_str() + dot + 1, value.c_str());
     if (added != nullptr) added->push_back({name, std::string_view(key).substr(dot + 1), value});
   }
+  if (childOpen) out.CloseElement();
   return replaced;
 }
 
 }  // namespace
 
-void WriteAttrElements(tinyxml2::XMLDocument& document, XMLElement* parent, const AttrMapIndex& map,
-                       const char* elementName) {
+void WriteAttrElements(tinyxml2::XMLPrinter& out, const AttrMapIndex& map, const char* elementName) {
   for (const auto& [key, attrs] : map) {
-    XMLElement* element = document.NewElement(elementName);
-    parent->InsertEndChild(element);
-    for (const auto& [name, value] : *attrs) element->SetAttribute(name.c_str(), value.c_str());
+    out.OpenElement(elementName);
+    for (const auto& [name, value] : *attrs) out.PushAttribute(name.c_str(), value.c_str());
+    out.CloseElement();
   }
 }
 
-void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLElement* fset) {
-  XMLElement* packetEngine = document.NewElement("PacketEngine");
-  fset->InsertEndChild(packetEngine);
-  WriteAttrElements(document, packetEngine, rawConfig.ipListMap, "IPList");
-  WriteAttrElements(document, packetEngine, rawConfig.macListMap, "MacList");
-  WriteAttrElements(document, packetEngine, rawConfig.portListMap, "PortList");
-  WriteAttrElements(document, packetEngine, rawConfig.scheduleMap, "Schedule");
-  WriteAttrElements(document, packetEngine, rawConfig.loggingPolicyMap, "LoggingPolicy");
+void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
+  out.OpenElement("PacketEngine");
+  WriteAttrElements(out, rawConfig.ipListMap, "IPList");
+  WriteAttrElements(out, rawConfig.macListMap, "MacList");
+  WriteAttrElements(out, rawConfig.portListMap, "PortList");
+  WriteAttrElements(out, rawConfig.scheduleMap, "Schedule");
+  WriteAttrElements(out, rawConfig.loggingPolicyMap, "LoggingPolicy");
 
   // The walk's log lines are gathered only when they will be written.
   const bool logAdded = s_Settings.DebugLevel >= 6;
@@ -96,27 +104,30 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, X
         ZENT_LOG(1, L"cannot find ipId=%S\n", ipId);
         continue;
       }
-      XMLElement* packetFilter = packetEngine->InsertNewChildElement("packetFilter");
       auto direction = attrs.find("packetDirection");
       // The lax rule: a packetDirection that isn't a number reads as 0.
       int packetDirection = direction == attrs.end() ? 0 : std::atoi(direction->second.c_str());
       const char* hostSide = packetDirection == 1 ? "DestInfo" : "SourceInfo";
       std::vector<ChildAttribute> added;
-      bool replaced = CopyFilterAttributes(packetFilter, attrs, hostSide, logAdded ? &added : nullptr);
+      out.OpenElement("packetFilter");
+      bool replaced = PrintFilterAttributes(out, attrs, nullptr, hostSide, logAdded ? &added : nullptr);
       for (const ChildAttribute& a : added)
         ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
       // A filter without an address on that side stays without one.
-      if (!replaced) continue;
-      // Comes behind the empty element of that name the walk made: the rule
-      // compiler reads the second one.
-      XMLElement* host = packetFilter->InsertNewChildElement(hostSide);
-      auto ipAddress = ip->second->find("ipAddress");
-      if (ipAddress == ip->second->end())
-        ZENT_LOG(1, L"cannot find ipAddress\n");
-      else
-        host->SetAttribute("ip", ipAddress->second.c_str());
-      host->SetAttribute("ipNot", "false");
-      host->SetAttribute("ipType", "1");
+      if (replaced) {
+        // Comes behind the empty element of that name the walk printed: the
+        // rule compiler reads the second one.
+        out.OpenElement(hostSide);
+        auto ipAddress = ip->second->find("ipAddress");
+        if (ipAddress == ip->second->end())
+          ZENT_LOG(1, L"cannot find ipAddress\n");
+        else
+          out.PushAttribute("ip", ipAddress->second.c_str());
+        out.PushAttribute("ipNot", "false");
+        out.PushAttribute("ipType", "1");
+        out.CloseElement();
+      }
+      out.CloseElement();
     }
   }
 
@@ -129,12 +140,15 @@ void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, X
       continue;
     }
     std::string mask = GetInterfaceMask(rawConfig, interfaceIds);
-    XMLElement* packetFilter = packetEngine->InsertNewChildElement("packetFilter");
     // An absent mask stands for all interfaces.
-    if (!mask.empty()) packetFilter->SetAttribute("interfaces", mask.c_str());
+    const std::pair<const char*, const char*> interfaces{"interfaces", mask.c_str()};
     std::vector<ChildAttribute> added;
-    CopyFilterAttributes(packetFilter, *filter->second, nullptr, logAdded ? &added : nullptr);
+    out.OpenElement("packetFilter");
+    PrintFilterAttributes(out, *filter->second, mask.empty() ? nullptr : &interfaces, nullptr,
+                          logAdded ? &added : nullptr);
+    out.CloseElement();
     for (const ChildAttribute& a : added)
       ZENT_LOG(6, L"add elementName=%S, attrName=%S, attrValue=%S\n", a.elementName, a.attrName, a.attrValue);
   }
+  out.CloseElement();
 }

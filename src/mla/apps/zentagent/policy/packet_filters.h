@@ -7,14 +7,13 @@
 #include "policy/attr_map.h"
 #include "policy/raw_config.h"
 
-// Appends PacketEngine to fset: the IP, MAC and port lists, schedules and
+// Prints PacketEngine into the open fset: the IP, MAC and port lists, schedules and
 // logging policies, then a packetFilter for each filter bound to a host IP
 // (filterIpIdMap), then one for each filter bound to interfaces
 // (filterInterfaceIdMap). Both maps are filled by ProcessFilters with "FW"
 // just before. Filters that can't be resolved are logged and left out.
-void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, tinyxml2::XMLElement* fset);
+void WritePacketFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out);
 
-// For each entry of the map, in key order, an element of that name under
-// parent with all the entry's attributes in key order.
-void WriteAttrElements(tinyxml2::XMLDocument& document, tinyxml2::XMLElement* parent, const AttrMapIndex& map,
-                       const char* elementName);
+// For each entry of the map, in key order, an element of that name with all
+// the entry's attributes in key order, into the open element.
+void WriteAttrElements(tinyxml2::XMLPrinter& out, const AttrMapIndex& map, const char* elementName);

@@ -8,7 +8,7 @@
 
 int ParseRawConfigXml(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath) {
   int result = -1;
-  tinyxml2::XMLDocument document;
+  tinyxml2::XMLPrinter document;
   if (FILE* input = OpenWidePathFile(inputPath, "rb"); input == nullptr) {
     result = errno;
     ZENT_LOG(1, L"can't open %s\n", inputPath);

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "policy/element_attributes.h"
 #include "policy/interface_mask.h"
 #include "policy/strict_attribute.h"
 #include "policy/strict_integer.h"
@@ -11,7 +12,6 @@
 #include "util/base64_decode.h"
 
 using tinyxml2::XMLElement;
-using tinyxml2::XMLNode;
 
 namespace {
 
@@ -29,13 +29,15 @@ bool IsTrue(const AttrMap& attrs, const char* key) {
   return value != nullptr && *value == "true";
 }
 
-void CopyAttribute(const AttrMap& attrs, const char* key, XMLElement& element) {
-  if (const std::string* value = Find(attrs, key)) element.SetAttribute(key, value->c_str());
+void CopyAttribute(const AttrMap& attrs, const char* key, ElementAttributes& element) {
+  if (const std::string* value = Find(attrs, key)) element.Add(key, value->c_str());
 }
 
 // The `log` word, comma-joined in a fixed order; the first-PDU timeout goes
-// into its two attributes on the way, so they stand before `log`.
-std::string LogFlagWord(RawConfig& rawConfig, const std::string& filterId, const AttrMap& filter, XMLElement& element) {
+// into its two attributes on the way, so they stand before `log`;
+// timeoutText holds the text of the second.
+std::string LogFlagWord(RawConfig& rawConfig, const std::string& filterId, const AttrMap& filter,
+                        ElementAttributes& element, std::string& timeoutText) {
   // "disable" ends the list: nothing after it is even read.
   if (IsTrue(filter, "disableLog")) return "disable";
   std::string word;
@@ -50,9 +52,10 @@ std::string LogFlagWord(RawConfig& rawConfig, const std::string& filterId, const
     int32_t timeout = 0;
     StrictAttribute(rawConfig, "payloadFilterMap", filterId, filter, "logFirstPduTimeout", timeout);
     if (timeout != 0) {
-      element.SetAttribute("log_first_pdu", "1");
+      element.Add("log_first_pdu", "1");
       // Rebuilt from the number: "007" is written "7".
-      element.SetAttribute("log_first_pdu_time_interval", std::to_string(timeout).c_str());
+      timeoutText = std::to_string(timeout);
+      element.Add("log_first_pdu_time_interval", timeoutText.c_str());
     }
   }
   if (IsTrue(filter, "logPacketDrop")) add("drop");
@@ -93,7 +96,7 @@ std::vector<BoundFilter> BoundPayloadFilters(const RawConfig& rawConfig) {
 
 }  // namespace
 
-void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLElement* fset) {
+void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
   // Only interface bindings are written: a payload filter assigned by ipId
   // alone reaches no element.
   const std::vector<BoundFilter> bound = BoundPayloadFilters(rawConfig);
@@ -117,8 +120,9 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLE
       // Priorities outside 0 to 3 are never written, and quietly.
       if (priority != pass) continue;
 
-      XMLElement* element = document.NewElement("PayloadFilter");
-      fset->InsertEndChild(element);
+      // Everything the element shows is read before it is printed, in the
+      // order of the log lines.
+      ElementAttributes element;
 
       const std::string* connectionTypeId = Find(filter, "connectionTypeId");
       if (connectionTypeId == nullptr) {
@@ -128,14 +132,14 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLE
         if (connection == rawConfig.connectionMap.end()) {
           ZENT_LOG(1, L"cannot find corresponding connection in connectionMap\n");
         } else if (const std::string* ctype = Find(*connection->second, "ctype")) {
-          element->SetAttribute("ctype", ctype->c_str());
+          element.Add("ctype", ctype->c_str());
         } else {
           ZENT_LOG(1, L"cannot find ctype in this connection\n");
         }
       }
 
-      CopyAttribute(filter, "id", *element);
-      CopyAttribute(filter, "name", *element);
+      CopyAttribute(filter, "id", element);
+      CopyAttribute(filter, "name", element);
 
       // The two hourOfWeek tests stand in this order and sense on purpose: a
       // value of zeros and ones counts as illegal, so `schedbits` is never
@@ -155,15 +159,17 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLE
         } else if (hourOfWeek->find_first_of("01") != std::string::npos) {
           ZENT_LOG(1, L"hourOfWeek contains illegal value %S\n", *hourOfWeek);
         } else if (hourOfWeek->find('0') != std::string::npos) {
-          element->SetAttribute("schedbits", hourOfWeek->c_str());
+          element.Add("schedbits", hourOfWeek->c_str());
         }
       }
 
-      std::string log = LogFlagWord(rawConfig, filterId, filter, *element);
-      element->SetAttribute("log", log.c_str());
+      std::string timeoutText;
+      std::string log = LogFlagWord(rawConfig, filterId, filter, element, timeoutText);
+      element.Add("log", log.c_str());
 
-      CopyAttribute(filter, "ruleContextId", *element);
+      CopyAttribute(filter, "ruleContextId", element);
 
+      const XMLElement* ruleChildren = nullptr;
       if (const std::string* rules = Find(filter, "rules")) {
         std::string ruleCode = "<PayloadFilter>\n" + Base64Decode(rules->c_str()) + "</PayloadFilter>\n";
         ZENT_LOG(6, L"ruleCode=>\n%S\n", ruleCode);
@@ -172,15 +178,17 @@ void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLE
           ZENT_LOG(1, L"XML Parse failed for ruleCode\n");
         } else if (scratch.FirstChild() == nullptr) {
           ZENT_LOG(1, L"XML read failed for ruleCode\n");
-        } else if (const XMLElement* wrapper = scratch.FirstChildElement("PayloadFilter")) {
-          for (const XMLElement* child = wrapper->FirstChildElement(); child != nullptr;
-               child = child->NextSiblingElement())
-            element->InsertEndChild(child->DeepClone(&document));
+        } else {
+          ruleChildren = scratch.FirstChildElement("PayloadFilter");
         }
       }
 
       std::string interfaces = GetInterfaceMask(rawConfig, *entry.interfaceIds);
-      if (!interfaces.empty()) element->SetAttribute("interfaces", interfaces.c_str());
+      if (!interfaces.empty()) element.Add("interfaces", interfaces.c_str());
+      out.OpenElement("PayloadFilter");
+      element.Print(out);
+      PrintChildElements(ruleChildren, out);
+      out.CloseElement();
 
       ZENT_LOG(6, L"Dpi filter added: ID(%S)\n", filterId);
     }

@@ -7,8 +7,8 @@
 
 #include "policy/raw_config.h"
 
-// Appends one PayloadFilter under fset for each entry of
+// Prints one PayloadFilter into the open fset for each entry of
 // filterInterfaceIdMap whose payload filter has a priority of 0 to 3,
 // priority by priority. Reads the `ctype` that the connection type writer
 // put into connectionMap, so it runs after that writer.
-void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLDocument& document, tinyxml2::XMLElement* fset);
+void WriteDpiFilters(RawConfig& rawConfig, tinyxml2::XMLPrinter& out);

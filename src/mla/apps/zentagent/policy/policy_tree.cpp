@@ -1,5 +1,9 @@
 #include "policy/policy_tree.h"
 
+#include <string>
+#include <utility>
+#include <vector>
+
 #include "policy/strict_integer.h"
 #include "service/debug_log.h"
 
@@ -24,18 +28,22 @@ size_t AttributeCount(const XMLElement& element) {
 }
 
 void CopyAttributes(const XMLElement& element, AttrMap& map, std::string_view prefix) {
-  map.reserve(map.size() + AttributeCount(element));
-  if (prefix.empty()) {
-    for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next())
-      InsertAttr(map, a->Name(), a->Value());
-    return;
+  size_t count = AttributeCount(element);
+  std::vector<std::pair<std::string_view, std::string_view>> batch;
+  batch.reserve(count);
+  // The prefixed names, whole before any view is taken of them.
+  std::vector<std::string> keys;
+  if (!prefix.empty()) {
+    keys.reserve(count);
+    for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
+      keys.emplace_back(prefix);
+      keys.back() += a->Name();
+    }
   }
-  std::string key(prefix);
-  for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next()) {
-    key.resize(prefix.size());
-    key += a->Name();
-    InsertAttr(map, key, a->Value());
-  }
+  size_t i = 0;
+  for (const XMLAttribute* a = element.FirstAttribute(); a != nullptr; a = a->Next(), ++i)
+    batch.emplace_back(prefix.empty() ? std::string_view(a->Name()) : std::string_view(keys[i]), a->Value());
+  map.InsertAll(batch);
 }
 
 void StoreByKey(AttrMapIndex& index, const char* keyName, std::unique_ptr<AttrMap> entry) {

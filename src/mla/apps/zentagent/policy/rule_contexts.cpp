@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string>
 
+#include "policy/element_attributes.h"
 #include "service/debug_log.h"
 #include "util/base64_decode.h"
 
@@ -23,35 +24,35 @@ const char* DomainStatusVariable(int onDomainStatus) {
   return kVariables[onDomainStatus];
 }
 
-void InstallRuleContexts(RawConfig& rawConfig, tinyxml2::XMLDocument& document, XMLElement* fset) {
+void InstallRuleContexts(RawConfig& rawConfig, tinyxml2::XMLPrinter& out) {
   for (const auto& [key, attrs] : rawConfig.ruleContextMap) {
-    XMLElement* context = fset->InsertNewChildElement("context");
+    tinyxml2::XMLDocument scratch;
+    const XMLElement* source = nullptr;
     auto ruleCode = attrs->find("ruleCode");
     if (ruleCode != attrs->end()) {
       // No wrapper, unlike the other fragments: ruleCode brings its own
       // context root.
       std::string fragment = Base64Decode(ruleCode->second.c_str());
       ZENT_LOG(6, L"ruleCode=>\n%S\n", fragment);
-      tinyxml2::XMLDocument scratch;
-      if (scratch.Parse(fragment.data(), fragment.size()) != tinyxml2::XML_SUCCESS) {
+      if (scratch.Parse(fragment.data(), fragment.size()) != tinyxml2::XML_SUCCESS)
         ZENT_LOG(1, L"XML Parse failed for ruleCode\n");
-      } else if (const XMLElement* source = scratch.FirstChildElement("context")) {
-        for (const XMLElement* child = source->FirstChildElement(); child != nullptr;
-             child = child->NextSiblingElement())
-          context->InsertEndChild(child->DeepClone(&document));
-      }
+      else
+        source = scratch.FirstChildElement("context");
     }
+    out.OpenElement("context");
     auto id = attrs->find("id");
-    if (id != attrs->end()) context->SetAttribute("id", id->second.c_str());
+    if (id != attrs->end()) out.PushAttribute("id", id->second.c_str());
     auto name = attrs->find("name");
-    if (name != attrs->end()) context->SetAttribute("name", name->second.c_str());
+    if (name != attrs->end()) out.PushAttribute("name", name->second.c_str());
     auto onLocked = attrs->find("onLockedInterface");
-    if (onLocked != attrs->end()) context->SetAttribute("on_locked", onLocked->second.c_str());
+    if (onLocked != attrs->end()) out.PushAttribute("on_locked", onLocked->second.c_str());
     auto onDomainStatus = attrs->find("onDomainStatus");
     if (onDomainStatus != attrs->end()) {
       // The lax rule: a value that isn't a number reads as 0, no variable.
       const char* variable = DomainStatusVariable(std::atoi(onDomainStatus->second.c_str()));
-      if (variable != nullptr) context->SetAttribute("byvar", variable);
+      if (variable != nullptr) out.PushAttribute("byvar", variable);
     }
+    PrintChildElements(source, out);
+    out.CloseElement();
   }
 }

@@ -6,10 +6,10 @@
 
 #include "policy/raw_config.h"
 
-// Appends one context element to fset for each entry of ruleContextMap, in
-// key order: the child elements of the decoded ruleCode fragment, then id,
-// name, on_locked and byvar.
-void InstallRuleContexts(RawConfig& rawConfig, tinyxml2::XMLDocument& document, tinyxml2::XMLElement* fset);
+// Prints one context element into the open fset for each entry of
+// ruleContextMap, in key order: id, name, on_locked and byvar, and the child
+// elements of the decoded ruleCode fragment.
+void InstallRuleContexts(RawConfig& rawConfig, tinyxml2::XMLPrinter& out);
 
 // The byvar text for an onDomainStatus value, or null for none.
 const char* DomainStatusVariable(int onDomainStatus);
