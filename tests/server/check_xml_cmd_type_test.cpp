@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "util/captured_log.h"
-#include "server/server_test_files.h"
+#include "support/test_files.h"
 #include "support/scratch_folder.h"
 
 namespace {

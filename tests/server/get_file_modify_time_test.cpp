@@ -4,7 +4,7 @@
 
 #include <ctime>
 
-#include "server/server_test_files.h"
+#include "support/test_files.h"
 #include "support/scratch_folder.h"
 #include "util/captured_log.h"
 

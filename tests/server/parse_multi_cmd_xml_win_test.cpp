@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "policy/deployment_lock.h"
-#include "server/server_test_files.h"
+#include "support/test_files.h"
 #include "support/scratch_folder.h"
 #include "util/captured_log.h"
 

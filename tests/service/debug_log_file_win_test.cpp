@@ -11,28 +11,12 @@
 #include "service/debug_log.h"
 #include "service/settings.h"
 #include "support/temp_folder_win.h"
+#include "support/test_files.h"
 
 namespace {
 
-std::string ReadFile(const std::wstring& path) {
-  std::string text;
-  FILE* f = _wfopen(path.c_str(), L"rb");
-  if (f == nullptr) return "<missing>";
-  char buf[4096];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, f)) > 0) text.append(buf, n);
-  fclose(f);
-  return text;
-}
-
 bool EndsWith(const std::string& text, const std::string& tail) {
   return text.size() >= tail.size() && text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
-}
-
-void WriteFile(const std::wstring& path, const std::string& text) {
-  FILE* f = _wfopen(path.c_str(), L"wb");
-  fwrite(text.data(), 1, text.size(), f);
-  fclose(f);
 }
 
 class DebugLogFile : public ::testing::Test {
@@ -65,17 +49,17 @@ TEST_F(DebugLogFile, NewFileStartsWithTheMarkerAndSizeZero) {
   ASSERT_NE(s_DebugLog.stream.load(), nullptr);
   EXPECT_EQ(s_DebugLog.logSize, 0);
   CloseLog();
-  EXPECT_EQ(ReadFile(Log(L"zent_agent")), "\r\nstart logging >>>\r\n");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent")), "\r\nstart logging >>>\r\n");
 }
 
 TEST_F(DebugLogFile, ReopenAppendsAndTakesTheRealSize) {
-  WriteFile(Log(L"zent_agent"), std::string(1000, 'a'));
+  WriteTestFile(Log(L"zent_agent"), std::string(1000, 'a'));
   InitLogFile();
   // The marker does not count: a restart keeps the rotation point.
   EXPECT_EQ(s_DebugLog.logSize, 1000);
   ZENT_LOG(3, L"after restart\n");
   CloseLog();
-  std::string text = ReadFile(Log(L"zent_agent"));
+  std::string text = ReadTestFile(Log(L"zent_agent"));
   EXPECT_EQ(text.substr(0, 1021), std::string(1000, 'a') + "\r\nstart logging >>>\r\n");
   EXPECT_TRUE(EndsWith(text, "] after restart\r\n")) << text;
 }
@@ -93,37 +77,37 @@ TEST_F(DebugLogFile, OtherProcessesMayReadTheLogWhileItIsOpen) {
 }
 
 TEST_F(DebugLogFile, RotationShiftsEachFileAndDeletesTheFourth) {
-  WriteFile(Log(L"zent_agent"), "live");
-  WriteFile(Log(L"zent_agent1"), "one");
-  WriteFile(Log(L"zent_agent2"), "two");
-  WriteFile(Log(L"zent_agent3"), "three");
-  WriteFile(Log(L"zent_agent4"), "four");
+  WriteTestFile(Log(L"zent_agent"), "live");
+  WriteTestFile(Log(L"zent_agent1"), "one");
+  WriteTestFile(Log(L"zent_agent2"), "two");
+  WriteTestFile(Log(L"zent_agent3"), "three");
+  WriteTestFile(Log(L"zent_agent4"), "four");
   InitLogFile();
   ZENT_LOG(3, L"before rotation\n");
   RotateLogFile();
   EXPECT_EQ(s_DebugLog.logSize, 0);
   ZENT_LOG(3, L"after rotation\n");
   CloseLog();
-  EXPECT_EQ(ReadFile(Log(L"zent_agent4")), "three");
-  EXPECT_EQ(ReadFile(Log(L"zent_agent3")), "two");
-  EXPECT_EQ(ReadFile(Log(L"zent_agent2")), "one");
-  std::string first = ReadFile(Log(L"zent_agent1"));
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent4")), "three");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent3")), "two");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent2")), "one");
+  std::string first = ReadTestFile(Log(L"zent_agent1"));
   EXPECT_EQ(first.substr(0, 25), "live\r\nstart logging >>>\r\n");
   EXPECT_TRUE(EndsWith(first, "] before rotation\r\n")) << first;
   // The new live file has no marker.
-  std::string live = ReadFile(Log(L"zent_agent"));
+  std::string live = ReadTestFile(Log(L"zent_agent"));
   EXPECT_EQ(live.substr(0, 24).find('['), std::string::npos);
   EXPECT_TRUE(EndsWith(live, "] after rotation\r\n")) << live;
-  EXPECT_EQ(ReadFile(Log(L"zent_agent5")), "<missing>");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent5")), "<missing>");
 }
 
 TEST_F(DebugLogFile, RotationWithOnlyTheLiveFile) {
   InitLogFile();
   RotateLogFile();
   CloseLog();
-  EXPECT_EQ(ReadFile(Log(L"zent_agent1")), "\r\nstart logging >>>\r\n");
-  EXPECT_EQ(ReadFile(Log(L"zent_agent")), "");
-  EXPECT_EQ(ReadFile(Log(L"zent_agent2")), "<missing>");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent1")), "\r\nstart logging >>>\r\n");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent")), "");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent2")), "<missing>");
 }
 
 TEST_F(DebugLogFile, OtherRunsRotateTheInstallLog) {
@@ -132,8 +116,8 @@ TEST_F(DebugLogFile, OtherRunsRotateTheInstallLog) {
   InitLogFile();
   RotateLogFile();
   CloseLog();
-  EXPECT_EQ(ReadFile(Log(L"zent_install1")), "\r\nstart logging >>>\r\n");
-  EXPECT_EQ(ReadFile(Log(L"zent_agent1")), "<missing>");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_install1")), "\r\nstart logging >>>\r\n");
+  EXPECT_EQ(ReadTestFile(Log(L"zent_agent1")), "<missing>");
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "server/server_test_files.h"
+#include "support/test_files.h"
 #include "support/scratch_folder.h"
 #include "util/captured_log.h"
 

@@ -1,4 +1,5 @@
-// Files of the multi-command tests, written and read by their 16-bit paths.
+// Files of a test, written and read whole by the agent's 16-bit paths, with
+// the runtime alone: a test does not read its results with the code it tests.
 #pragma once
 
 #include <cstdio>
