@@ -15,7 +15,7 @@ packages=(
   g++-mingw-w64-x86-64-posix mingw-w64-tools binutils-mingw-w64-x86-64
   wine wine64
   libtinyxml2-dev rapidjson-dev libssl-dev libgtest-dev
-  clang python3 python3-pytest osslsigncode openssl
+  clang python3 python3-pytest osslsigncode openssl ccache
 )
 
 sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
