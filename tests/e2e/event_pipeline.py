@@ -7,6 +7,7 @@ import struct
 import time
 
 from agent_host import LINE, MISC_DIR, SIM_KEY, running_agent
+from driver_records import record
 from winehost import delete_value, unix_path
 
 # TestMode: pipe command 104 deploys a manager policy. Level 4 shows each
@@ -14,6 +15,11 @@ from winehost import delete_value, unix_path
 EVENT_SETTINGS = {"ZENTSETTINGS": {"DebugLevel": 4, "TestMode": 1, "FlushDebugLogTimer": 200}}
 POLICY = os.path.join(os.path.dirname(__file__), "data", "small_policy.xml")
 DEPLOY_TIMEOUT_MS = 60000
+# The two time stamps most test records carry: the first one, in
+# microseconds, ends each line and gives the main log its local time.
+STAMPS = {"timeSeconds": 1700000000, "timeMicroseconds": 123456, "secondSeconds": 1700000001,
+          "secondMicroseconds": 654321}
+FIRST_TIME = 1700000000123456
 # The stand-in's knobs a test may turn; a fresh test starts without them.
 DRIVER_KNOBS = ("IdleWaitMs", "FlushDelayMs", "FlushFails")
 
@@ -27,6 +33,11 @@ def fresh_event_agent(settings=EVENT_SETTINGS):
     for knob in DRIVER_KNOBS:
         delete_value(SIM_KEY + r"\mli", knob, missing_ok=True)
     return host
+
+
+def stamped(*parts, **fields):
+    """driver_records.record with STAMPS, unless the fields give others."""
+    return record(*parts, **{**STAMPS, **fields})
 
 
 def log_parameters_policy(**attributes):

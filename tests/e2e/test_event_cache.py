@@ -12,13 +12,12 @@ import pytest
 
 import agent_host
 from agent_host import MISC_DIR
-from driver_records import entry, record
-from event_pipeline import deploy_log_parameters, fresh_event_agent, message, time_prefix, wait_for_messages
+from driver_records import entry
+from event_pipeline import (FIRST_TIME, deploy_log_parameters, fresh_event_agent, message, stamped, time_prefix,
+                            wait_for_messages)
 from winehost import unix_path
 
-STAMPS = {"timeSeconds": 1700000000, "timeMicroseconds": 123456, "secondSeconds": 1700000001,
-          "secondMicroseconds": 654321}
-PREFIX = time_prefix(1700000000123456)
+PREFIX = time_prefix(FIRST_TIME)
 KEPT = ["f, 0, 1, , , , , , , , , , , 0, 0, 0, 3004, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n",
         "f, 0, 1, , , , , , , , , , , 0, 0, 0, 3005, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n",
         "f, 0, 1, , , , , , , , , , , 0, 0, 0, 3006, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n",
@@ -53,7 +52,7 @@ def test_cache_without_its_folder_drops_the_oldest_beyond_cache_size_then_writes
     host = fresh_event_agent()
     deploy_log_parameters(host, size=1024, keep=8, cacheSize=4, logFlushInterval=1000)
     shutil.rmtree(unix_path(MISC_DIR))
-    host.play([entry(record(logId=3001 + n, **STAMPS)) for n in range(7)])
+    host.play([entry(stamped(logId=3001 + n)) for n in range(7)])
     assert host.main_log() is None
     assert host.single_record_files() == {}
     found = wait_for_messages(host, REMOVED, 3)

@@ -4,19 +4,13 @@ be logged, failing reads, the flush timer's interval from the
 PacketFilterLog, and a record that arrives while a timer pass runs."""
 import time
 
-from driver_records import KIND_FAILING_CALL, RECORD_NOT_LOGGED, RECORD_PAYLOAD, entry, record
-from event_pipeline import (EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, message, messages, time_prefix,
-                            wait_for_messages)
+from driver_records import KIND_FAILING_CALL, RECORD_NOT_LOGGED, RECORD_PAYLOAD, entry
+from event_pipeline import (EVENT_SETTINGS, FIRST_TIME, deploy_log_parameters, fresh_event_agent, message, messages,
+                            stamped, time_prefix, wait_for_messages)
 
-STAMPS = {"timeSeconds": 1700000000, "timeMicroseconds": 123456, "secondSeconds": 1700000001,
-          "secondMicroseconds": 654321}
-PREFIX = time_prefix(1700000000123456)
+PREFIX = time_prefix(FIRST_TIME)
 # Level 6: the flush timer's own lines.
 TIMER_SETTINGS = {"ZENTSETTINGS": {**EVENT_SETTINGS["ZENTSETTINGS"], "DebugLevel": 6}}
-
-
-def rec(**fields):
-    return record(**{**STAMPS, **fields})
 
 
 def flush_calls(host):
@@ -33,11 +27,11 @@ def wait_for_flush_calls(host, count, timeout=20):
 
 def test_record_flagged_not_to_be_logged_is_formatted_then_written_nowhere():
     host = fresh_event_agent()
-    host.play([entry(rec(logId=4001)),
+    host.play([entry(stamped(logId=4001)),
                # Announces payload that does not come: its formatting says so.
-               entry(rec(logId=4002, eventCode=5, recordFlags=RECORD_NOT_LOGGED | RECORD_PAYLOAD, payloadLength=8)),
-               entry(rec(logId=4003, eventCode=-5, recordFlags=RECORD_NOT_LOGGED)),
-               entry(rec(logId=4004))])
+               entry(stamped(logId=4002, eventCode=5, recordFlags=RECORD_NOT_LOGGED | RECORD_PAYLOAD, payloadLength=8)),
+               entry(stamped(logId=4003, eventCode=-5, recordFlags=RECORD_NOT_LOGGED)),
+               entry(stamped(logId=4004))])
     lines = ["f, 0, 1, , , , , , , , , , , 0, 0, 0, 4001, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n",
              "f, 0, 1, , , , , , , , , , , 0, 0, 0, 4004, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n"]
     assert host.main_log() == b"".join(PREFIX + line.encode("ascii") for line in lines)
@@ -53,7 +47,7 @@ def test_record_flagged_not_to_be_logged_is_formatted_then_written_nowhere():
 
 def test_failing_read_is_logged_and_the_next_record_goes_through():
     host = fresh_event_agent()
-    host.play([entry(rec(logId=4010), kind=KIND_FAILING_CALL, result=-1), entry(rec(logId=4011))])
+    host.play([entry(stamped(logId=4010), kind=KIND_FAILING_CALL, result=-1), entry(stamped(logId=4011))])
     line = "f, 0, 1, , , , , , , , , , , 0, 0, 0, 4011, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n"
     assert host.main_log() == PREFIX + line.encode("ascii")
     assert list(host.single_record_files().values()) == [line.encode("ascii")]
@@ -77,7 +71,7 @@ def test_changed_flush_interval_waits_until_mli_get_log_returns(agent):
     time.sleep(3.5)
     assert flush_calls(agent) == before
     assert "log flush interval:1000" not in [text for _, text in messages(agent)]
-    agent.play([entry(rec(logId=4020))])
+    agent.play([entry(stamped(logId=4020))])
     wait_for_flush_calls(agent, before + 2)
     found = wait_for_messages(agent, "log flush interval:1000")
     texts = [text for _, text in found]
@@ -94,9 +88,9 @@ def test_record_arriving_while_the_timer_runs_is_cached_and_written_in_its_turn(
     # The first record makes the pump take the 1000 ms period over; each
     # pass then spends 2500 ms in mli_flush_logs, so one always runs.
     agent.knob("mli", "FlushDelayMs", 2500)
-    agent.play([entry(rec(logId=4030))])
+    agent.play([entry(stamped(logId=4030))])
     wait_for_flush_calls(agent, flush_calls(agent) + 2)
-    agent.play([entry(rec(logId=4031))])
+    agent.play([entry(stamped(logId=4031))])
     lines = ["f, 0, 1, , , , , , , , , , , 0, 0, 0, 4030, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n",
              "f, 0, 1, , , , , , , , , , , 0, 0, 0, 4031, 0, , 0, 0, 0, 0, , , , 0, 1700000001654321, 1700000000123456\r\n"]
     assert agent.main_log() == b"".join(PREFIX + line.encode("ascii") for line in lines)
