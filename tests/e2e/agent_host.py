@@ -1,18 +1,27 @@
 """The agent installed as a Windows service in the project's Wine prefix,
 beside the stand-ins of the suite framework, the driver and the driver's
 service, with helpers to drive it and read what it did."""
+import itertools
 import os
 import re
 import shutil
 import time
 from dataclasses import dataclass
 
+import driver_records
+
 from winehost import (build_file, create_service, delete_key, delete_service, query_service, read_value, run,
-                      set_value, start_service, stop_service, unix_path, wait_for_state, write_ini)
+                      set_value, start_service, stop_service, unix_path, wait_for_state, windows_path, write_ini)
 
 SUITE_KEY = r"HKLM\SOFTWARE\Wow6432Node\Halvane\BrevonNTCorp\CurrentVersion"
 SIM_KEY = r"HKLM\SOFTWARE\ZentSim"
 INSTALL_DIR = r"C:\ZentE2e"
+# The suite's "Application Path"; the agent puts one file per event record
+# under its Misc folder, which the suite's installer makes.
+SUITE_DIR = r"C:\Program Files\Halvane\Suite"
+MISC_DIR = SUITE_DIR + r"\Misc"
+SINGLE_RECORD_DIR = MISC_DIR + r"\KLF_IPRODUCT_ZENT"
+MAIN_LOG = "zent_mpnp"
 SERVICE = "ZentAgent"
 DRIVER_SERVICE = "mlfilter"
 # What the suite puts in the agent's folder.
@@ -57,7 +66,8 @@ class AgentHost:
         shutil.copy(build_file(BUILT["mlfilter.exe"]), os.path.join(self.dir, "mlfilter.exe"))
         if settings is not None:
             self.write_settings(settings)
-        set_value(SUITE_KEY, "Application Path", r"C:\Program Files\Halvane\Suite")
+        os.makedirs(unix_path(MISC_DIR))
+        set_value(SUITE_KEY, "Application Path", SUITE_DIR)
         delete_key(SIM_KEY, missing_ok=True)
         create_service(DRIVER_SERVICE, INSTALL_DIR + r"\mlfilter.exe")
         create_service(SERVICE, f'"{INSTALL_DIR}\\ZentAgent.exe" -service', display_name="Halvane Zent Service (Agent)")
@@ -80,6 +90,7 @@ class AgentHost:
             delete_service(name, check=False)
         delete_key(SIM_KEY, missing_ok=True)
         shutil.rmtree(self.dir, ignore_errors=True)
+        shutil.rmtree(unix_path(SUITE_DIR), ignore_errors=True)
 
     # --- the service ----------------------------------------------------------------
 
@@ -107,6 +118,75 @@ class AgentHost:
         management server's stand-in (sim/zentserver)."""
         shutil.copy(build_file(BUILT[TRANSPORT_FILE]), os.path.join(self.dir, TRANSPORT_FILE))
         self.knob("hvSock", "Server", server.address)
+
+    # --- the driver's event records ------------------------------------------------
+
+    def play_script(self, entries):
+        """Writes the entries (driver_records.entry) to a script file of a new
+        name, since the stand-in plays a path again only when the file
+        changed, and hands it to the stand-in. Returns what wait_for_script
+        needs to tell this script's end."""
+        before = (self.record("mli", "ScriptsPlayed", 0), self.record("mli", "ScriptDoneQpc", 0))
+        os.makedirs(self.path("scripts"), exist_ok=True)
+        path = self.path(f"scripts/script_{next(_script_numbers)}_{time.monotonic_ns()}.bin")
+        driver_records.write_script(path, entries)
+        self.knob("mli", "LogScript", windows_path(path))
+        return before
+
+    def wait_for_script(self, before, timeout=60):
+        """Waits until the agent has taken the script's last record and come
+        back for the next one: it has then written every line of it. The
+        stand-in writes its records every 100 ms."""
+        played_before, done_before = before
+        deadline = time.monotonic() + timeout
+        while True:
+            played = self.record("mli", "ScriptsPlayed", 0)
+            done = self.record("mli", "ScriptDoneQpc", 0)
+            first = self.record("mli", "ScriptFirstQpc", 0)
+            if played > played_before and done > done_before and done >= first:
+                return
+            if time.monotonic() > deadline:
+                raise AssertionError(f"script not done after {timeout} s: ScriptsPlayed {played}, "
+                                     f"ScriptFirstQpc {first}, ScriptDoneQpc {done}, "
+                                     f"LogCalls {self.record('mli', 'LogCalls')}, "
+                                     f"LogRecordsDelivered {self.record('mli', 'LogRecordsDelivered')}")
+            time.sleep(0.1)
+
+    def play(self, entries, timeout=60):
+        """Plays a script to its end."""
+        self.wait_for_script(self.play_script(entries), timeout)
+
+    def single_record_files(self):
+        """{name: content} of the one-record files; their uuid names are
+        random, so tests match them to records by content."""
+        folder = unix_path(SINGLE_RECORD_DIR)
+        if not os.path.isdir(folder):
+            return {}
+        files = {}
+        for name in os.listdir(folder):
+            with open(os.path.join(folder, name), "rb") as f:
+                files[name] = f.read()
+        return files
+
+    def main_log(self, copy=0):
+        """The bytes of zent_mpnp, or of its copy zent_mpnp.<copy>; None when
+        there is no such file."""
+        path = self.path(MAIN_LOG if copy == 0 else f"{MAIN_LOG}.{copy}")
+        if not os.path.isfile(path):
+            return None
+        with open(path, "rb") as f:
+            return f.read()
+
+    def main_log_names(self):
+        """zent_mpnp and its copies as they stand in the install folder."""
+        return sorted(n for n in os.listdir(self.dir) if n == MAIN_LOG or n.startswith(MAIN_LOG + "."))
+
+    def clear_event_files(self):
+        """Removes the main log, its copies and the one-record files, between
+        passes of an idle agent (it opens the files only during a pass)."""
+        for name in self.main_log_names():
+            os.remove(self.path(name))
+        shutil.rmtree(unix_path(SINGLE_RECORD_DIR), ignore_errors=True)
 
     # --- the pipe --------------------------------------------------------------------
 
@@ -155,6 +235,8 @@ class AgentHost:
             time.sleep(0.2)
         raise AssertionError(f"{pattern!r} not in {name} after {timeout} s:\n{self.log(name)[-3000:]}")
 
+
+_script_numbers = itertools.count(1)
 
 # The settings of the agent that runs on from one test to the next, if any.
 running = {"settings": None}
