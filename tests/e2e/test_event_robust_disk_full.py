@@ -1,0 +1,151 @@
+"""The event files on a full disk, under the agent running as a service: a
+write that meets a full disk deletes the oldest main log copy and is tried
+once more; a record whose single-record file could not be written stays in
+the cache and is written once there is room; a main log line that could
+not be written is lost with its logged failure. The full disks are small
+tmpfs file systems mounted over the agent's folders."""
+import os
+
+import pytest
+
+import agent_host
+from agent_host import AGENT_FILES, BUILT, INSTALL_DIR, SINGLE_RECORD_DIR, AgentHost
+from driver_records import entry
+from event_faults import (PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages)
+from event_pipeline import EVENT_SETTINGS, fresh_event_agent, stamped, wait_for_messages
+from tmpfs import PAGE, fill, mounted_tmpfs, page_sized
+from winehost import build_file, unix_path
+
+LOG = INSTALL_DIR + r"\zent_mpnp"
+ADDED_1 = "CacheRecord() - added record to cache. Size of cache is now 1 records"
+ADDED_2 = "CacheRecord() - added record to cache. Size of cache is now 2 records"
+DISK_FULL = "WriteFile logfile fails: error=28"
+REMOVE_OLDEST = "Remove Oldest Zent_mpnp File"
+
+
+def write_file(path, content):
+    with open(path, "wb") as f:
+        f.write(content)
+
+
+def test_full_single_record_folder_deletes_the_oldest_copy_and_keeps_the_record_until_there_is_room(quiet_agent):
+    host = fresh_event_agent()
+    write_file(host.path("zent_mpnp.1"), b"copy one\r\n")
+    write_file(host.path("zent_mpnp.2"), b"copy two\r\n")
+    folder = unix_path(SINGLE_RECORD_DIR)
+    before = counts(host)
+    with mounted_tmpfs(folder, 16 * PAGE):
+        filler = fill(folder)
+        host.play([entry(stamped(logId=5001))])
+        # The file was made, its line found no room: it stays, empty, and
+        # deleting a main log copy gave the single-record folder nothing.
+        wait_for_messages(host, "WriteLogData returned false")
+        assert thread_messages(host, ADDED_1) == [
+            ADDED_1,
+            DISK_FULL,
+            REMOVE_OLDEST,
+            r"RemoveOldestZentmpnpFile() - deleting C:\ZentE2e\zent_mpnp.2",
+            DISK_FULL,
+            "WriteLogData returned false"]
+        assert host.main_log_names() == ["zent_mpnp.1"]
+        assert sorted(host.single_record_files().values()) == [b"", bytes(os.path.getsize(filler))]
+
+        os.remove(filler)
+        host.play([entry(stamped(logId=5002))])
+        files = host.single_record_files()
+        assert sorted(files.values()) == [b"", line(5001), line(5002)]
+        assert host.main_log() == main_lines(5001, 5002)
+        assert host.main_log(1) == b"copy one\r\n"
+        messages = thread_messages(host, ADDED_1)
+        assert messages[messages.index(ADDED_2):] == [
+            ADDED_2,
+            "WriteRawData to fw.dpi log: " + line(5001).decode("ascii") + "\r",
+            "",
+            "WriteRawData to fw.dpi log: " + line(5002).decode("ascii") + "\r",
+            ""]
+    assert counted_since(host, before) == {"LogRecordsDelivered": 2, "LogFailuresDelivered": 0, "DroppedByDriver": 0,
+                                           "FlushCalls": 0, "ClosedDuringCall": 0}
+
+
+# --- the install folder on a full disk ----------------------------------------------------------------
+
+def install_size():
+    """What the agent's folder holds before it writes anything: its
+    programs and settings, in whole pages, and a margin for the service's
+    own start (its settings reread, the stand-ins' scripts)."""
+    files = [build_file(BUILT[name]) for name in (*AGENT_FILES, "mlfilter.exe")]
+    pages = sum((os.path.getsize(path) + PAGE - 1) // PAGE for path in files)
+    return (pages + 64) * PAGE
+
+
+@pytest.fixture
+def agent_on_full_disk(tmp_path):
+    """A fresh agent whose install folder is a tmpfs just big enough for
+    it. Its debug log is kept on the ordinary disk (a link to a file in
+    tmp_path), so that the lines telling of the full disk can be read."""
+    agent_host.running["settings"] = None
+    host = AgentHost()
+    with mounted_tmpfs(host.dir, install_size()):
+        try:
+            host.install(EVENT_SETTINGS)
+            debug_log = tmp_path / "zent_agent.log"
+            debug_log.touch()
+            os.symlink(debug_log, host.path("zent_agent.log"))
+            host.start()
+            yield host
+        finally:
+            host.remove()
+
+
+def test_full_install_folder_deletes_the_oldest_copy_then_loses_the_line_that_still_finds_no_room(
+        agent_on_full_disk):
+    host = agent_on_full_disk
+    old_log = page_sized(b"old main log line")
+    write_file(host.path("zent_mpnp"), old_log)
+    write_file(host.path("zent_mpnp.1"), page_sized(b"copy one"))
+    before = counts(host)
+    filler = fill(host.dir)
+
+    # The line needs a page that only the deleted copy frees: it goes in on
+    # the retry, and the write still reports the full disk.
+    host.play([entry(stamped(logId=5101))])
+    wait_for_messages(host, "WriteRawData to fw.dpi log: " + line(5101).decode("ascii") + "\r")
+    first = thread_messages(host, ADDED_1)
+    assert first == [ADDED_1,
+                     r"mpnp fw/dpi event logfile(C:\ZentE2e\zent_mpnp) already exists",
+                     DISK_FULL,
+                     REMOVE_OLDEST,
+                     r"RemoveOldestZentmpnpFile() - deleting C:\ZentE2e\zent_mpnp.1",
+                     "Write mpnp log fail",
+                     "WriteRawData to fw.dpi log: " + line(5101).decode("ascii") + "\r",
+                     ""]
+    assert host.main_log_names() == ["zent_mpnp"]
+    assert host.main_log() == old_log + PREFIX + line(5101)
+
+    # A line longer than what is left of that page: its head fills the page,
+    # the only file left to delete is the main log itself, which the agent
+    # holds open, and the rest of the line is lost.
+    long_block = stamped(logId=5102, dataLength=2100)
+    long_line = (b"f, 0, 1, , , , , , , , , , , 0, 0, 0, 5102, 0, , 0, 0, 0, 0, , , " + b"77" * 2100
+                 + b", 0, 1700000001654321, 1700000000123456\r\n")
+    host.play([entry(long_block, data=b"\x77" * 2100)])
+    wait_for_messages(host, "WriteRawData to fw.dpi log: " + long_line.decode("ascii") + "\r")
+    second = thread_messages(host, ADDED_1)[len(first):]
+    assert second == [ADDED_1,
+                      r"mpnp fw/dpi event logfile(C:\ZentE2e\zent_mpnp) already exists",
+                      DISK_FULL,
+                      REMOVE_OLDEST,
+                      r"RemoveOldestZentmpnpFile() - deleting C:\ZentE2e\zent_mpnp",
+                      r"RemoveOldestZentmpnpFile() - fail to delete C:\ZentE2e\zent_mpnp. error=32",
+                      "Write mpnp log fail",
+                      "WriteRawData to fw.dpi log: " + long_line.decode("ascii") + "\r",
+                      ""]
+    head = 2 * PAGE - len(old_log) - len(PREFIX + line(5101))
+    assert host.main_log() == old_log + PREFIX + line(5101) + (PREFIX + long_line)[:head]
+
+    # With room again the main log is opened anew and takes the next line.
+    os.remove(filler)
+    host.play([entry(stamped(logId=5103))])
+    assert host.main_log() == old_log + PREFIX + line(5101) + (PREFIX + long_line)[:head] + PREFIX + line(5103)
+    assert sorted(host.single_record_files().values()) == sorted([line(5101), long_line, line(5103)])
+    assert counted_since(host, before)["LogRecordsDelivered"] == 3
