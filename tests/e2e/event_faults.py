@@ -12,6 +12,7 @@ from event_pipeline import FIRST_TIME, deploy_log_parameters, fresh_event_agent,
 PREFIX = time_prefix(FIRST_TIME)
 # The stand-in's counts of what went to the agent.
 COUNTS = ("LogRecordsDelivered", "LogFailuresDelivered", "DroppedByDriver", "FlushCalls", "ClosedDuringCall")
+FAILED_READ = "mli_get_log => fails"
 # A flush timer period that no test outlasts: a timer pass would otherwise
 # retry cached records at a moment of its own.
 QUIET_INTERVAL_MS = 3600000
@@ -42,11 +43,19 @@ def counted_since(host, before):
 
 def thread_messages(host, anchor):
     """The messages of this test's debug log part that came from the thread
-    which logged `anchor` first, in their order."""
+    which logged `anchor` first, in their order; without the failed reads
+    that the driver's idle time-out brings now and then."""
     found = messages(host)
     threads = [thread for thread, text in found if text == anchor]
     assert threads, f"{anchor!r} not in the debug log"
-    return [text for thread, text in found if thread == threads[0]]
+    return [text for thread, text in found if thread == threads[0] and text != FAILED_READ]
+
+
+def written(single_record_line):
+    """WriteRecord's last message for a line. The debug log is a text
+    stream: the line's own CRLF becomes CR CR LF, and the message's LF one
+    more CRLF, so the message ends in a CR and an empty line follows."""
+    return "WriteRawData to fw.dpi log: " + single_record_line.decode("ascii")[:-2] + "\r"
 
 
 def wait_for_count(host, name, value, timeout=30):

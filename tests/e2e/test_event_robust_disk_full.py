@@ -11,7 +11,8 @@ import pytest
 import agent_host
 from agent_host import AGENT_FILES, BUILT, INSTALL_DIR, SINGLE_RECORD_DIR, AgentHost
 from driver_records import entry
-from event_faults import (PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages)
+from event_faults import (PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages,
+                         written)
 from event_pipeline import EVENT_SETTINGS, fresh_event_agent, stamped, wait_for_messages
 from tmpfs import PAGE, fill, mounted_tmpfs, page_sized
 from winehost import build_file, unix_path
@@ -59,10 +60,8 @@ def test_full_single_record_folder_deletes_the_oldest_copy_and_keeps_the_record_
         messages = thread_messages(host, ADDED_1)
         assert messages[messages.index(ADDED_2):] == [
             ADDED_2,
-            "WriteRawData to fw.dpi log: " + line(5001).decode("ascii") + "\r",
-            "",
-            "WriteRawData to fw.dpi log: " + line(5002).decode("ascii") + "\r",
-            ""]
+            written(line(5001)),
+            written(line(5002))]
     assert counted_since(host, before) == {"LogRecordsDelivered": 2, "LogFailuresDelivered": 0, "DroppedByDriver": 0,
                                            "FlushCalls": 0, "ClosedDuringCall": 0}
 
@@ -109,7 +108,7 @@ def test_full_install_folder_deletes_the_oldest_copy_then_loses_the_line_that_st
     # The line needs a page that only the deleted copy frees: it goes in on
     # the retry, and the write still reports the full disk.
     host.play([entry(stamped(logId=5101))])
-    wait_for_messages(host, "WriteRawData to fw.dpi log: " + line(5101).decode("ascii") + "\r")
+    wait_for_messages(host, written(line(5101)))
     first = thread_messages(host, ADDED_1)
     assert first == [ADDED_1,
                      r"mpnp fw/dpi event logfile(C:\ZentE2e\zent_mpnp) already exists",
@@ -117,8 +116,7 @@ def test_full_install_folder_deletes_the_oldest_copy_then_loses_the_line_that_st
                      REMOVE_OLDEST,
                      r"RemoveOldestZentmpnpFile() - deleting C:\ZentE2e\zent_mpnp.1",
                      "Write mpnp log fail",
-                     "WriteRawData to fw.dpi log: " + line(5101).decode("ascii") + "\r",
-                     ""]
+                     written(line(5101))]
     assert host.main_log_names() == ["zent_mpnp"]
     assert host.main_log() == old_log + PREFIX + line(5101)
 
@@ -129,7 +127,7 @@ def test_full_install_folder_deletes_the_oldest_copy_then_loses_the_line_that_st
     long_line = (b"f, 0, 1, , , , , , , , , , , 0, 0, 0, 5102, 0, , 0, 0, 0, 0, , , " + b"77" * 2100
                  + b", 0, 1700000001654321, 1700000000123456\r\n")
     host.play([entry(long_block, data=b"\x77" * 2100)])
-    wait_for_messages(host, "WriteRawData to fw.dpi log: " + long_line.decode("ascii") + "\r")
+    wait_for_messages(host, written(long_line))
     second = thread_messages(host, ADDED_1)[len(first):]
     assert second == [ADDED_1,
                       r"mpnp fw/dpi event logfile(C:\ZentE2e\zent_mpnp) already exists",
@@ -138,8 +136,7 @@ def test_full_install_folder_deletes_the_oldest_copy_then_loses_the_line_that_st
                       r"RemoveOldestZentmpnpFile() - deleting C:\ZentE2e\zent_mpnp",
                       r"RemoveOldestZentmpnpFile() - fail to delete C:\ZentE2e\zent_mpnp. error=32",
                       "Write mpnp log fail",
-                      "WriteRawData to fw.dpi log: " + long_line.decode("ascii") + "\r",
-                      ""]
+                      written(long_line)]
     head = 2 * PAGE - len(old_log) - len(PREFIX + line(5101))
     assert host.main_log() == old_log + PREFIX + line(5101) + (PREFIX + long_line)[:head]
 

@@ -6,12 +6,9 @@ handed over is in the files or accounted for by a logged loss."""
 import pytest
 
 from driver_records import FLAG_NULL_EXTRA, FLAG_RECORD_DATA_POINTER, KIND_FAILING_CALL, KIND_GENERATOR, entry
-from event_faults import PREFIX, counted_since, counts, line, main_lines, wait_for_count
+from event_faults import FAILED_READ, PREFIX, counted_since, counts, line, main_lines, wait_for_count
 from event_pipeline import (EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, message, messages, stamped,
                             wait_for_messages)
-
-FAILED_READ = "mli_get_log => fails"
-
 
 # --- failing reads ---------------------------------------------------------------------------------------
 
@@ -24,6 +21,9 @@ FAILING_READ_SETTINGS = {"ZENTSETTINGS": {"DebugLevel": 1, "TestMode": 1, "Flush
 @pytest.mark.long
 def test_hundred_thousand_failing_reads_are_each_logged_and_the_next_record_is_written(agent):
     agent.install(FAILING_READ_SETTINGS)
+    # No idle time-out of the driver's read during the test: its failed
+    # read would be logged as well.
+    agent.knob("mli", "IdleWaitMs", 600000)
     agent.start()
     before = counts(agent)
     agent.play([entry(stamped(logId=7001), kind=KIND_FAILING_CALL, result=-1, count=100000),

@@ -14,17 +14,13 @@ import pytest
 import agent_host
 from agent_host import INSTALL_DIR, SINGLE_RECORD_DIR, AgentHost
 from driver_records import entry
-from event_faults import PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages
+from event_faults import PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages, written
 from event_pipeline import EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, stamped, wait_for_messages
 from winehost import build_file, unix_path, windows_path
 from winehost.paths import WINE_RUN
 
 LOG = INSTALL_DIR + r"\zent_mpnp"
 ADDED_1 = "CacheRecord() - added record to cache. Size of cache is now 1 records"
-
-
-def written(log_id):
-    return "WriteRawData to fw.dpi log: " + line(log_id).decode("ascii") + "\r"
 
 
 def test_single_record_folder_deleted_live_is_made_again_at_the_next_write(quiet_agent):
@@ -35,10 +31,10 @@ def test_single_record_folder_deleted_live_is_made_again_at_the_next_write(quiet
     host.play([entry(stamped(logId=6002))])
     assert list(host.single_record_files().values()) == [line(6002)]
     assert host.main_log() == main_lines(6001, 6002)
-    wait_for_messages(host, written(6002))
-    assert thread_messages(host, ADDED_1) == [ADDED_1, written(6001),
+    wait_for_messages(host, written(line(6002)))
+    assert thread_messages(host, ADDED_1) == [ADDED_1, written(line(6001)),
                                               ADDED_1, rf"mpnp fw/dpi event logfile({LOG}) already exists",
-                                              written(6002)]
+                                              written(line(6002))]
     assert counted_since(host, before)["LogRecordsDelivered"] == 2
 
 
@@ -97,13 +93,13 @@ def test_main_log_held_without_write_sharing_loses_its_lines_and_the_single_reco
     try:
         before = counts(host)
         host.play([entry(stamped(logId=6302)), entry(stamped(logId=6303))])
-        wait_for_messages(host, written(6303))
+        wait_for_messages(host, written(line(6303)))
         assert [text for text in thread_messages(host, ADDED_1)] == [
-            ADDED_1, written(6301),
+            ADDED_1, written(line(6301)),
             ADDED_1, rf"mpnp fw/dpi event logfile({LOG}) already exists",
-            "CreateFile for mpnp fw/dpi event log fails: error=32", written(6302),
+            "CreateFile for mpnp fw/dpi event log fails: error=32", written(line(6302)),
             ADDED_1, rf"mpnp fw/dpi event logfile({LOG}) already exists",
-            "CreateFile for mpnp fw/dpi event log fails: error=32", written(6303)]
+            "CreateFile for mpnp fw/dpi event log fails: error=32", written(line(6303))]
     finally:
         held.close()
     assert host.main_log() == main_lines(6301)
