@@ -70,8 +70,8 @@ def test_full_single_record_folder_deletes_the_oldest_copy_and_keeps_the_record_
 
 def install_size():
     """What the agent's folder holds before it writes anything: its
-    programs and settings, in whole pages, and a margin for the service's
-    own start (its settings reread, the stand-ins' scripts)."""
+    programs, in whole pages, and a margin for its settings and whatever
+    the service writes while it starts."""
     files = [build_file(BUILT[name]) for name in (*AGENT_FILES, "mlfilter.exe")]
     pages = sum((os.path.getsize(path) + PAGE - 1) // PAGE for path in files)
     return (pages + 64) * PAGE
@@ -81,7 +81,9 @@ def install_size():
 def agent_on_full_disk(tmp_path):
     """A fresh agent whose install folder is a tmpfs just big enough for
     it. Its debug log is kept on the ordinary disk (a link to a file in
-    tmp_path), so that the lines telling of the full disk can be read."""
+    tmp_path), so that the lines telling of the full disk can be read; so
+    is the folder of the stand-in's scripts, which the test writes while
+    the disk is full."""
     agent_host.running["settings"] = None
     host = AgentHost()
     with mounted_tmpfs(host.dir, install_size()):
@@ -90,6 +92,8 @@ def agent_on_full_disk(tmp_path):
             debug_log = tmp_path / "zent_agent.log"
             debug_log.touch()
             os.symlink(debug_log, host.path("zent_agent.log"))
+            (tmp_path / "scripts").mkdir()
+            os.symlink(tmp_path / "scripts", host.path("scripts"))
             host.start()
             yield host
         finally:
