@@ -43,12 +43,13 @@ def counted_since(host, before):
 
 def thread_messages(host, anchor):
     """The messages of this test's debug log part that came from the thread
-    which logged `anchor` first, in their order; without the failed reads
-    that the driver's idle time-out brings now and then."""
+    which logged `anchor` first, in their order from there on; without the
+    failed reads that the driver's idle time-out brings now and then."""
     found = messages(host)
-    threads = [thread for thread, text in found if text == anchor]
-    assert threads, f"{anchor!r} not in the debug log"
-    return [text for thread, text in found if thread == threads[0] and text != FAILED_READ]
+    at = [n for n, (_, text) in enumerate(found) if text == anchor]
+    assert at, f"{anchor!r} not in the debug log"
+    thread = found[at[0]][0]
+    return [text for tid, text in found[at[0]:] if tid == thread and text != FAILED_READ]
 
 
 def written(single_record_line):
@@ -67,10 +68,15 @@ def wait_for_count(host, name, value, timeout=30):
 
 
 def quiet_event_agent():
-    """The running agent with its flush timer set to QUIET_INTERVAL_MS: the
-    pump takes a new period over when a record comes, and the timer's first
-    pass follows 1000 ms later; after that, only records start passes."""
+    """A fresh running agent with its flush timer set to QUIET_INTERVAL_MS:
+    the pump takes a new period over when a record comes, and the new
+    timer's first pass follows 1000 ms later; after that, only records
+    start passes."""
+    agent_host.running["settings"] = None
     host = fresh_event_agent()
+    # The start's timer makes its first pass 1000 ms after the start; it
+    # must be counted before the pass of the new timer is waited for.
+    wait_for_count(host, "FlushCalls", 1)
     deploy_log_parameters(host, size=1024, keep=8, cacheSize=128, logFlushInterval=QUIET_INTERVAL_MS)
     flushes = host.record("mli", "FlushCalls", 0)
     host.play([entry(stamped(logId=1))])

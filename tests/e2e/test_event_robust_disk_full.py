@@ -57,6 +57,7 @@ def test_full_single_record_folder_deletes_the_oldest_copy_and_keeps_the_record_
         assert sorted(files.values()) == [b"", line(5001), line(5002)]
         assert host.main_log() == main_lines(5001, 5002)
         assert host.main_log(1) == b"copy one\r\n"
+        wait_for_messages(host, written(line(5002)))
         messages = thread_messages(host, ADDED_1)
         assert messages[messages.index(ADDED_2):] == [
             ADDED_2,
