@@ -5,15 +5,16 @@ the cache and is written once there is room; a main log line that could
 not be written is lost with its logged failure. The full disks are small
 tmpfs file systems mounted over the agent's folders."""
 import os
+import re
 
 import pytest
 
 import agent_host
 from agent_host import AGENT_FILES, BUILT, INSTALL_DIR, SINGLE_RECORD_DIR, AgentHost
 from driver_records import entry
-from event_faults import (PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages,
-                         written)
-from event_pipeline import EVENT_SETTINGS, fresh_event_agent, stamped, wait_for_messages
+from event_faults import (PREFIX, QUIET_INTERVAL_MS, counted_since, counts, line, main_lines, quiet_agent,
+                         thread_messages, written)
+from event_pipeline import EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, stamped, wait_for_messages
 from tmpfs import PAGE, fill, mounted_tmpfs, page_sized
 from winehost import build_file, unix_path
 
@@ -65,6 +66,41 @@ def test_full_single_record_folder_deletes_the_oldest_copy_and_keeps_the_record_
             written(line(5002))]
     assert counted_since(host, before) == {"LogRecordsDelivered": 2, "LogFailuresDelivered": 0, "DroppedByDriver": 0,
                                            "FlushCalls": 0, "ClosedDuringCall": 0}
+
+
+def test_full_single_record_folder_fills_the_cache_and_drops_the_oldest_past_its_bound(quiet_agent):
+    host = fresh_event_agent()
+    deploy_log_parameters(host, size=1024, keep=8, cacheSize=2, logFlushInterval=QUIET_INTERVAL_MS)
+    folder = unix_path(SINGLE_RECORD_DIR)
+    before = counts(host)
+    try:
+        with mounted_tmpfs(folder, 16 * PAGE):
+            filler = fill(folder)
+            host.play([entry(stamped(logId=log_id)) for log_id in (5201, 5202, 5203)])
+            wait_for_messages(host, "WriteLogData returned false", 3)
+            # No main log nor copy to delete: each try fails once, and leaves
+            # an empty file behind.
+            failed_try = [DISK_FULL, REMOVE_OLDEST]
+            messages = [re.sub(r"\(\d+ msec\)", "(N msec)", text) for text in thread_messages(host, ADDED_1)]
+            assert messages == [
+                ADDED_1, *failed_try, "WriteLogData returned false",
+                ADDED_2, *failed_try, *failed_try, "WriteLogData returned false",
+                "CacheRecord() - added record to cache. Size of cache is now 3 records", *failed_try * 3,
+                "FlushBufferedData() - cache is too big, flushing oldest (N msec) record.", *failed_try,
+                "FlushBufferedData() - Remove the oldest record from cache. Size of cache is now 2 records.",
+                "WriteLogData returned false"]
+            assert sorted(host.single_record_files().values()) == [b""] * 7 + [bytes(os.path.getsize(filler))]
+            assert host.main_log_names() == []
+
+            os.remove(filler)
+            host.play([entry(stamped(logId=5204))])
+            assert sorted(host.single_record_files().values()) == [b""] * 7 + [line(5202), line(5203), line(5204)]
+            assert host.main_log() == main_lines(5202, 5203, 5204)
+        # 5201 is the one logged as pushed out.
+        assert counted_since(host, before)["LogRecordsDelivered"] == 4
+    finally:
+        # The cache's bound stays with the agent.
+        agent_host.running["settings"] = None
 
 
 # --- the install folder on a full disk ----------------------------------------------------------------

@@ -3,12 +3,11 @@ service: fail reads by the hundred thousand, hand over every length at its
 highest, and take 3 s over each flush while records pour in and while the
 service stops. Nothing crashes, and every record the driver's stand-in
 handed over is in the files or accounted for by a logged loss."""
-import pytest
-
 from driver_records import FLAG_NULL_EXTRA, FLAG_RECORD_DATA_POINTER, KIND_FAILING_CALL, KIND_GENERATOR, entry
 from event_faults import FAILED_READ, PREFIX, counted_since, counts, line, main_lines, wait_for_count
 from event_pipeline import (EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, message, messages, stamped,
                             wait_for_messages)
+
 
 # --- failing reads ---------------------------------------------------------------------------------------
 
@@ -18,7 +17,6 @@ FAILING_READ_SETTINGS = {"ZENTSETTINGS": {"DebugLevel": 1, "TestMode": 1, "Flush
                                           "LogFileSizeLimit": 0}}
 
 
-@pytest.mark.long
 def test_hundred_thousand_failing_reads_are_each_logged_and_the_next_record_is_written(agent):
     agent.install(FAILING_READ_SETTINGS)
     # No idle time-out of the driver's read during the test: its failed
