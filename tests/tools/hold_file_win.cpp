@@ -1,0 +1,32 @@
+// hold_file.exe PATH
+//
+// Opens the file for reading, sharing it for reading only, prints "held" and
+// keeps it so until its standard input ends; then closes it and exits 0. A
+// writer that asks for GENERIC_WRITE meanwhile gets a sharing violation, as
+// it would with a reader such as a backup or an indexer on a real host. On
+// failure it prints "error N" and exits 1.
+#include <windows.h>
+
+#include <cstdio>
+
+int wmain(int argc, wchar_t** argv) {
+  if (argc != 2) {
+    std::fputs("usage: hold_file PATH\n", stderr);
+    return 2;
+  }
+  HANDLE file = CreateFileW(argv[1], GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                            nullptr);
+  if (file == INVALID_HANDLE_VALUE) {
+    std::printf("error %lu\n", GetLastError());
+    return 1;
+  }
+  std::puts("held");
+  std::fflush(stdout);
+  char buffer[64];
+  DWORD got = 0;
+  HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+  while (ReadFile(input, buffer, sizeof buffer, &got, nullptr) && got > 0) {
+  }
+  CloseHandle(file);
+  return 0;
+}
