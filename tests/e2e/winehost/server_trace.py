@@ -1,4 +1,4 @@
-"""The wineserver's request trace (wineserver -f -d2, see traced_session),
+r"""The wineserver's request trace (wineserver -f -d2, see traced_session),
 read for the security descriptors that processes set on files.
 
 Wine 8.0 keeps no file DACL: it maps one to the file's Unix mode bits, so a
