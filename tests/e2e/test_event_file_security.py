@@ -1,52 +1,87 @@
 """The files of the event log are the Administrators', their creator's and
 the system's alone: each new one-record file and each new main log gets a
 protected DACL of three full-access entries, inherited by objects and
-containers, read back with file_dacl.exe.
+containers.
 
-Wine 8.0 keeps a DACL that a program sets only on the server's object of
-that one open: it maps the entries to the Unix mode bits and stores nothing
-else, so another process reads back a DACL made up from the mode and owner
-(SYSTEM, the user, Everyone; not protected). These tests therefore fail
-under it, and are marked so strictly: a Wine that keeps DACLs (the agent
-setting the right one) turns them into unexpected passes, which fail the
-run until the mark goes."""
+Wine 8.0 keeps no file DACL (it maps the entries to the Unix mode bits), so
+the DACL is read where Wine does receive it: the set_security_object request
+that the agent's SetNamedSecurityInfoW makes of the wineserver, in the
+server's request trace of one session (traced_session, server_trace).
+
+Wine's advapi32 builds that request itself: it takes the caller's DACL and
+security information as they are, but leaves SE_DACL_PROTECTED out of the
+control word and adds the parent folder's inheritable entries behind the
+caller's, marked inherited (0x10). The protection is therefore checked as
+the agent asks for it, PROTECTED_DACL_SECURITY_INFORMATION in the security
+information, and the entries as the agent's three, first and in order,
+followed by nothing that is not marked inherited."""
+import os
+import tempfile
+
 import pytest
 
-from agent_host import SINGLE_RECORD_DIR
-from driver_records import entry, record
-from event_pipeline import fresh_event_agent
-from winehost import Ace, file_dacl
+import agent_host
+from agent_host import INSTALL_DIR, MAIN_LOG, SINGLE_RECORD_DIR, AgentHost
+from driver_records import entry
+from event_pipeline import EVENT_SETTINGS, stamped
+from winehost import traced_session
+from winehost.server_trace import Ace, read_security_sets
 
-WINE_KEEPS_NO_DACL = pytest.mark.xfail(strict=True, reason="Wine 8.0 does not keep a file's DACL beyond the open "
-                                                         "that set it")
-FULL_ACCESS = [Ace(type=0, flags=3, mask=0x1FFFFF, sid="S-1-3-0"),
-               Ace(type=0, flags=3, mask=0x1FFFFF, sid="S-1-5-18"),
-               Ace(type=0, flags=3, mask=0x1FFFFF, sid="S-1-5-32-544")]
-
-
-def by_sid(aces):
-    return sorted(aces, key=lambda ace: ace.sid)
+AGENT_IMAGE = INSTALL_DIR + "\\ZentAgent.exe"
+DACL_SECURITY_INFORMATION = 0x00000004
+PROTECTED_DACL_SECURITY_INFORMATION = 0x80000000
+SE_DACL_PRESENT = 0x0004
+INHERITED_ACE = 0x10
+# In the order of SecureFileOrDirectory's trustees: the Administrators, the
+# creator, the system.
+FULL_ACCESS = [Ace("ACCESS_ALLOWED", 3, 0x1FFFFF, "S-1-5-32-544"),
+               Ace("ACCESS_ALLOWED", 3, 0x1FFFFF, "S-1-3-0"),
+               Ace("ACCESS_ALLOWED", 3, 0x1FFFFF, "S-1-5-18")]
 
 
 @pytest.fixture(scope="module")
 def written():
-    host = fresh_event_agent()
-    host.play([entry(record(timeSeconds=1700000000, logId=5001)), entry(record(timeSeconds=1700000000, logId=5002))])
-    return host
+    """A fresh agent's run in a traced session, two records played: the
+    one-record files it left, and the DACLs its process set, by path."""
+    agent_host.running["settings"] = None
+    host = AgentHost()
+    host.install(EVENT_SETTINGS)
+    with tempfile.TemporaryDirectory(prefix="zent-trace-") as folder:
+        trace = os.path.join(folder, "wineserver.trace")
+        with traced_session(trace):
+            host.start()
+            host.play([entry(stamped(logId=5001)), entry(stamped(logId=5002))])
+            files = sorted(host.single_record_files())
+            host.stop()
+        sets = {}
+        for made in read_security_sets(trace):
+            if made.image == AGENT_IMAGE:
+                sets.setdefault(made.path, []).append(made)
+    yield files, sets
+    host.remove()
 
 
-@WINE_KEEPS_NO_DACL
-def test_each_single_record_file_has_a_protected_dacl_of_three_full_access_entries(written):
-    names = sorted(written.single_record_files())
-    assert len(names) == 2
-    for name in names:
-        dacl = file_dacl(SINGLE_RECORD_DIR + "\\" + name)
-        assert dacl.protected is True
-        assert by_sid(dacl.aces) == FULL_ACCESS
+def request(made):
+    """What a test checks of one set_security_object: the server's reply,
+    the security information, whether the control word has the DACL, the
+    first three entries, and the entries after them not marked inherited."""
+    return (made.status, made.security_info, made.control & SE_DACL_PRESENT, made.dacl[:3],
+            [ace for ace in made.dacl[3:] if not ace.flags & INHERITED_ACE])
 
 
-@WINE_KEEPS_NO_DACL
-def test_new_main_log_has_a_protected_dacl_of_three_full_access_entries(written):
-    dacl = file_dacl(written.path("zent_mpnp"))
-    assert dacl.protected is True
-    assert by_sid(dacl.aces) == FULL_ACCESS
+PROTECTED_FULL_ACCESS = ("0", DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION, SE_DACL_PRESENT,
+                         FULL_ACCESS, [])
+
+
+def test_each_single_record_file_gets_a_protected_dacl_of_three_full_access_entries(written):
+    files, sets = written
+    assert len(files) == 2
+    secured = sorted(path for path in sets if path.startswith(SINGLE_RECORD_DIR + "\\"))
+    assert secured == [SINGLE_RECORD_DIR + "\\" + name for name in files]
+    for path in secured:
+        assert [request(made) for made in sets[path]] == [PROTECTED_FULL_ACCESS]
+
+
+def test_new_main_log_gets_a_protected_dacl_of_three_full_access_entries_once(written):
+    _, sets = written
+    assert [request(made) for made in sets[INSTALL_DIR + "\\" + MAIN_LOG]] == [PROTECTED_FULL_ACCESS]

@@ -1,6 +1,7 @@
 """Helpers for end-to-end tests of the agent under Wine, in the project's own
 Wine prefix: Windows programs and their whole exit codes, the registry,
-services, ini files, log files and file DACLs."""
+services, ini files, log files, and sessions whose wineserver traces every
+request (server_trace reads what the trace holds)."""
 from .files import read_ini, read_log, wait_for_log, write_ini
 from .paths import build_file, unix_path, windows_path
 from .process import WindowsRun, run
@@ -10,5 +11,4 @@ from .service import (SERVICE_ACCEPT_PAUSE_CONTINUE, SERVICE_ACCEPT_SHUTDOWN,
                       SERVICE_ACCEPT_STOP, ServiceError, ServiceStatus,
                       create_service, delete_service, query_service,
                       start_service, stop_service, wait_for_state)
-from .security import Ace, FileDacl, file_dacl
-from .session import end_session, keep_session
+from .session import end_session, keep_session, traced_session

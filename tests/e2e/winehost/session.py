@@ -10,14 +10,19 @@ caller reading its output to the end waits until the session is over.
 So the first helper that runs a program starts a keeper, a cmd.exe that
 waits on its standard input, with no output for the session to inherit, and
 waits until the session is up. The session lasts until end_session() or the
-end of the test run."""
+end of the test run.
+
+traced_session() runs one session under a wineserver that writes every
+request of every process to a file (server_trace.py reads it)."""
 import atexit
+import contextlib
+import glob
 import os
 import subprocess
 import tempfile
 import time
 
-from .paths import WINE_RUN, windows_path
+from .paths import PREFIX, WINE_RUN, windows_path
 
 # The first session may create the prefix, which takes a minute or more.
 READY_TIMEOUT = 600
@@ -51,6 +56,52 @@ def end_session():
         except subprocess.TimeoutExpired:
             _keeper.kill()
         _keeper = None
+
+
+@contextlib.contextmanager
+def traced_session(trace_path):
+    """A session of its own whose wineserver (wineserver -f -d2) writes each
+    request and reply of every process to trace_path: the kept session ends
+    and its server exits first, and at the end the traced server is stopped,
+    so that the next program starts an ordinary session."""
+    end_session()
+    _wineserver("-w")
+    with open(trace_path, "wb") as trace:
+        server = subprocess.Popen(["wineserver", "-f", "-d2"], env=_wine_environment(), stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.DEVNULL, stderr=trace)
+    try:
+        _wait_for_server_socket(server)
+        yield
+    finally:
+        end_session()
+        _wineserver("-k")
+        server.wait(timeout=SERVER_EXIT_TIMEOUT)
+
+
+SERVER_EXIT_TIMEOUT = 60
+
+
+def _wine_environment():
+    return {**os.environ, "WINEPREFIX": str(PREFIX)}
+
+
+def _wineserver(option):
+    subprocess.run(["wineserver", option], env=_wine_environment(), stdin=subprocess.DEVNULL,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=SERVER_EXIT_TIMEOUT)
+
+
+def _wait_for_server_socket(server):
+    """Waits until the server listens, so that the first program finds it
+    rather than starting a server of its own. The socket is in a folder of
+    /tmp named after the prefix's device and inode: /tmp/.wine-UID/ upstream,
+    a random /tmp/wine-XXXXXX/ in Debian's build."""
+    stat = os.stat(PREFIX)
+    name = f"server-{stat.st_dev:x}-{stat.st_ino:x}"
+    deadline = time.monotonic() + READY_TIMEOUT
+    while not (glob.glob(f"/tmp/.wine-{os.getuid()}/{name}/socket") or glob.glob(f"/tmp/wine-*/{name}/socket")):
+        if server.poll() is not None or time.monotonic() > deadline:
+            raise RuntimeError(f"the traced wineserver did not start (exit status {server.poll()})")
+        time.sleep(0.05)
 
 
 atexit.register(end_session)
