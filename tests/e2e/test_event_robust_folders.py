@@ -16,7 +16,7 @@ from agent_host import INSTALL_DIR, SINGLE_RECORD_DIR, AgentHost
 from driver_records import entry
 from event_faults import PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages, written
 from event_pipeline import EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, stamped, wait_for_messages
-from winehost import build_file, unix_path, windows_path
+from winehost import build_file, unix_path, wait_for_log, windows_path
 from winehost.paths import WINE_RUN
 
 LOG = INSTALL_DIR + r"\zent_mpnp"
@@ -140,8 +140,8 @@ def test_install_folder_deleted_live_loses_main_log_lines_until_it_is_back(agent
         host.play([entry(stamped(logId=6402))])
     finally:
         host.dir = install_dir
-    with open(debug_log, "rb") as f:
-        assert b"] CreateFile for mpnp fw/dpi event log fails: error=3\r\n" in f.read()
+    # The debug log is flushed every FlushDebugLogTimer ms.
+    wait_for_log(debug_log, r"\] CreateFile for mpnp fw/dpi event log fails: error=3\r$", timeout=15)
     assert not os.path.exists(host.dir)
 
     os.makedirs(host.dir)
