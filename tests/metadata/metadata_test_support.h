@@ -1,7 +1,6 @@
 // What the query engine's tests share: a scratch folder for request and
-// response files, the lines of the captured debug log, and a small query
-// family of the tests' own, "echo", whose result is fully known from its
-// arguments.
+// response files, and a small query family of the tests' own, "echo", whose
+// result is fully known from its arguments.
 #pragma once
 
 #include <tinyxml2.h>
@@ -11,7 +10,6 @@
 #include <iterator>
 #include <map>
 #include <random>
-#include <regex>
 #include <span>
 #include <string>
 #include <vector>
@@ -19,6 +17,7 @@
 #include "metadata/compute_hash.h"
 #include "metadata/query_families.h"
 #include "metadata/result_shell.h"
+#include "util/captured_log.h"
 
 using Strings = std::vector<std::string>;
 
@@ -54,23 +53,6 @@ class ScratchFolder {
  private:
   std::filesystem::path folder_;
 };
-
-// "Function: message" for each line of the debug log, without the time
-// stamp, the thread id, the source line and the line end.
-inline Strings LogMessages(const std::string& text) {
-  static const std::regex line("[0-9:-]{23} \\[[ 0-9A-F]{4,8}\\]\\[ZTENG\\]\\[(\\w+):[0-9]+\\] (.*?)\r?");
-  Strings messages;
-  size_t start = 0;
-  while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string::npos) end = text.size();
-    std::smatch match;
-    std::string one = text.substr(start, end - start);
-    messages.push_back(std::regex_match(one, match, line) ? match[1].str() + ": " + match[2].str() : "?" + one);
-    start = end + 1;
-  }
-  return messages;
-}
 
 // How often the echo family ran, by the query's id.
 inline std::map<std::string, int> g_EchoRuns;

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstdio>
+#include <regex>
 #include <string>
+#include <vector>
 
 #include "service/debug_log.h"
 #include "support/scratch_file.h"
@@ -36,3 +38,20 @@ class CapturedLog {
     return text;
   }
 };
+
+// "Function: message" for each line of the debug log, without the time
+// stamp, the thread id, the source line and the line end.
+inline std::vector<std::string> LogMessages(const std::string& text) {
+  static const std::regex line("[0-9:-]{23} \\[[ 0-9A-F]{4,8}\\]\\[ZTENG\\]\\[(\\w+):[0-9]+\\] (.*?)\r?");
+  std::vector<std::string> messages;
+  size_t start = 0;
+  while (start < text.size()) {
+    size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    std::smatch match;
+    std::string one = text.substr(start, end - start);
+    messages.push_back(std::regex_match(one, match, line) ? match[1].str() + ": " + match[2].str() : "?" + one);
+    start = end + 1;
+  }
+  return messages;
+}
