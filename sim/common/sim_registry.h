@@ -24,8 +24,10 @@ std::optional<std::string> ReadString(const std::wstring& standIn, const wchar_t
 void WriteDword(const std::wstring& standIn, const wchar_t* value, uint32_t data);
 void WriteString(const std::wstring& standIn, const wchar_t* value, const std::string& utf8);
 void WriteBinary(const std::wstring& standIn, const wchar_t* value, const std::string& bytes);
+void WriteQword(const std::wstring& standIn, const wchar_t* value, uint64_t data);
 void DeleteValue(const std::wstring& standIn, const wchar_t* value);
-// Adds one to a DWORD record, atomically for all processes of the prefix.
+// Adds to a DWORD record, atomically for all processes of the prefix.
+void Add(const std::wstring& standIn, const wchar_t* value, uint32_t amount);
 void Count(const std::wstring& standIn, const wchar_t* value);
 
 }  // namespace zentsim

@@ -102,6 +102,13 @@ void WriteBinary(const std::wstring& standIn, const wchar_t* value, const std::s
   RegCloseKey(key);
 }
 
+void WriteQword(const std::wstring& standIn, const wchar_t* value, uint64_t data) {
+  HKEY key = CreateKey(standIn);
+  if (!key) return;
+  RegSetValueExW(key, value, 0, REG_QWORD, reinterpret_cast<const BYTE*>(&data), sizeof data);
+  RegCloseKey(key);
+}
+
 void DeleteValue(const std::wstring& standIn, const wchar_t* value) {
   HKEY key = CreateKey(standIn);
   if (!key) return;
@@ -109,16 +116,18 @@ void DeleteValue(const std::wstring& standIn, const wchar_t* value) {
   RegCloseKey(key);
 }
 
-void Count(const std::wstring& standIn, const wchar_t* value) {
+void Add(const std::wstring& standIn, const wchar_t* value, uint32_t amount) {
   // One mutex for all stand-ins: counting is rare, and a read-add-write of
   // two processes must not lose a step.
   HANDLE mutex = CreateMutexW(nullptr, FALSE, L"ZentSim.Records");
   if (mutex) WaitForSingleObject(mutex, INFINITE);
-  WriteDword(standIn, value, ReadDword(standIn, value, 0) + 1);
+  WriteDword(standIn, value, ReadDword(standIn, value, 0) + amount);
   if (mutex) {
     ReleaseMutex(mutex);
     CloseHandle(mutex);
   }
 }
+
+void Count(const std::wstring& standIn, const wchar_t* value) { Add(standIn, value, 1); }
 
 }  // namespace zentsim

@@ -1,11 +1,13 @@
 // Opening and closing the driver channel, its events and its error text.
 #include "channel.h"
 
+#include "log_records.h"
 #include "sim_registry.h"
 
 #include <windows.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstring>
 #include <mutex>
 #include <set>
@@ -16,17 +18,35 @@ namespace {
 
 std::mutex openLock;
 std::set<Channel*> openChannels;
+// Signalled when a channel's last call under way ends.
+std::condition_variable callEnded;
 
-}  // namespace
-
-Channel* Find(MLI_HANDLE handle) {
-  std::lock_guard lock(openLock);
+Channel* FindLocked(MLI_HANDLE handle) {
   auto it = openChannels.find(static_cast<Channel*>(handle));
   if (it != openChannels.end()) return *it;
   // A call on a closed or foreign handle is a bug of the caller's; tests
   // look for it here.
   Count(kStandIn, L"BadHandleCalls");
   return nullptr;
+}
+
+}  // namespace
+
+Channel* Find(MLI_HANDLE handle) {
+  std::lock_guard lock(openLock);
+  return FindLocked(handle);
+}
+
+Channel* Enter(MLI_HANDLE handle) {
+  std::lock_guard lock(openLock);
+  Channel* channel = FindLocked(handle);
+  if (channel) ++channel->callsInProgress;
+  return channel;
+}
+
+void Leave(Channel& channel) {
+  std::lock_guard lock(openLock);
+  if (--channel.callsInProgress == 0) callEnded.notify_all();
 }
 
 int Fail(Channel& channel, const std::string& text, int result) {
@@ -42,6 +62,8 @@ using namespace zentsim::mli;
 extern "C" MLI_HANDLE mli_open(void) {
   if (zentsim::ReadDword(kStandIn, L"OpenFails", 0) != 0) return nullptr;
   auto* channel = new Channel;
+  channel->closing = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  StartRecordWriter();
   {
     std::lock_guard lock(openLock);
     openChannels.insert(channel);
@@ -51,14 +73,24 @@ extern "C" MLI_HANDLE mli_open(void) {
 }
 
 extern "C" int mli_close(MLI_HANDLE handle) {
-  Channel* channel = Find(handle);
-  if (!channel) return kBadHandle;
+  bool duringCall = false;
+  Channel* channel = nullptr;
   {
-    std::lock_guard lock(openLock);
+    std::unique_lock lock(openLock);
+    channel = FindLocked(handle);
+    if (!channel) return kBadHandle;
     openChannels.erase(channel);
+    // The engine closes the driver after its threads are gone; a call still
+    // under way here is the shutdown race the agent's tests look for.
+    duringCall = channel->callsInProgress > 0;
+    SetEvent(channel->closing);
+    callEnded.wait(lock, [channel] { return channel->callsInProgress == 0; });
   }
+  if (duringCall) zentsim::Count(kStandIn, L"ClosedDuringCall");
   for (auto& [kind, event] : channel->events) CloseHandle(event);
+  CloseHandle(channel->closing);
   delete channel;
+  WriteRecords();
   zentsim::Count(kStandIn, L"Closed");
   return 0;
 }

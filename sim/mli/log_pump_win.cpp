@@ -1,37 +1,178 @@
-// The driver's event records. No record is simulated yet: a read waits as
-// the driver's would, so that the engine's pump thread idles instead of
-// spinning, and returns early when the engine's stop event is signalled.
-#include "channel.h"
-
+// mli_get_log: the records of the log script the knob "LogScript" names
+// (log_script.h), delivered as the driver delivers its own. With nothing to
+// deliver a read waits, as the driver's does, so that the engine's pump
+// idles instead of spinning: for a new script, for the engine's stop event,
+// or at most "IdleWaitMs".
 #include <windows.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "channel.h"
+#include "log_records.h"
+#include "log_script.h"
+#include "log_script_file.h"
+#include "sim_registry.h"
 
 namespace {
 
-// How long one read waits for a record that never comes.
-constexpr DWORD kReadWaitMs = 500;
+using namespace zentsim::mli;
+
 // The kind under which the engine registers its stop event.
 constexpr int kStopEventKind = 0;
+// How often an idle read looks for a new script.
+constexpr DWORD kScriptPollMs = 50;
+constexpr uint32_t kDefaultIdleWaitMs = 30000;
+constexpr uint32_t kDefaultQueueRecords = 4096;
+
+constexpr size_t kLogIdOffset = 24;
+constexpr size_t kDataLengthOffset = 58;
+constexpr size_t kDataPointerOffset = 184;
+
+uint64_t Now() {
+  LARGE_INTEGER counter;
+  QueryPerformanceCounter(&counter);
+  return static_cast<uint64_t>(counter.QuadPart);
+}
+
+uint64_t Frequency() {
+  static const uint64_t frequency = [] {
+    LARGE_INTEGER value;
+    QueryPerformanceFrequency(&value);
+    return static_cast<uint64_t>(value.QuadPart);
+  }();
+  return frequency;
+}
+
+// Plays the knob's script if it is new. A script that cannot be played is
+// remembered as well, so that it is not tried again until it changes.
+void LookForScript(LogChannel& log) {
+  std::optional<ScriptIdentity> script = ScriptInKnob();
+  if (!script || script == log.lastScript) return;
+  std::string bytes;
+  std::string problem;
+  std::vector<ScriptEntry> entries;
+  if (ReadScriptFile(script->path, bytes, problem)) problem = ParseLogScript(bytes, entries);
+  // A file still being written is taken at a later poll, once it holds still.
+  if (ScriptInKnob() != script) return;
+  log.lastScript = script;
+  if (!problem.empty()) {
+    zentsim::WriteString(kStandIn, L"LastScriptError", problem);
+    return;
+  }
+  StartScript(log.queue, std::move(entries), Now());
+  log.playing = true;
+  log.deliveredOne = false;
+  AddToRecord(L"ScriptsPlayed");
+  RemoveRecord(L"ScriptFirstQpc");
+  RemoveRecord(L"ScriptDoneQpc");
+  SetQwordRecord(L"QpcFrequency", Frequency());
+}
+
+// The reader has taken the script's last record: the end of a benchmark's
+// measure, so the records go out at once.
+void FinishScript(LogChannel& log) {
+  log.playing = false;
+  SetQwordRecord(L"ScriptDoneQpc", Now());
+  WriteRecords();
+}
+
+// Room of the driver's queue; only entries with a rate use it.
+uint32_t QueueRoom(const LogQueue& queue) {
+  bool rated = queue.current < queue.entries.size() && queue.entries[queue.current].rate != 0;
+  return rated ? zentsim::ReadDword(kStandIn, L"QueueRecords", kDefaultQueueRecords) : 0;
+}
+
+int Deliver(Channel& channel, const Copy& copy, unsigned char* record, void** extra, uint32_t* extraLength) {
+  LogChannel& log = channel.log;
+  const ScriptEntry& entry = log.queue.entries[copy.entry];
+  std::memcpy(record, entry.record.data(), kRecordSize);
+  if (entry.kind == EntryKind::kGenerator) {
+    uint32_t logId = 0;
+    std::memcpy(&logId, record + kLogIdOffset, sizeof logId);
+    logId += copy.sequence;
+    std::memcpy(record + kLogIdOffset, &logId, sizeof logId);
+  }
+  log.extra = entry.extra;
+  log.data = entry.data;
+  // The reader takes dataLength bytes at dataPointer, whatever the script
+  // gave; the bytes beyond read as zeros.
+  uint16_t dataLength = 0;
+  std::memcpy(&dataLength, record + kDataLengthOffset, sizeof dataLength);
+  if (log.data.size() < dataLength) log.data.resize(dataLength, '\0');
+  if (!(entry.flags & kFlagRecordPointer)) {
+    const char* data = log.data.data();
+    std::memcpy(record + kDataPointerOffset, &data, sizeof data);
+  }
+  *extra = (entry.flags & kFlagNullExtra) || log.extra.empty() ? nullptr : log.extra.data();
+  *extraLength = static_cast<uint32_t>(log.extra.size());
+  if (!log.deliveredOne) {
+    log.deliveredOne = true;
+    SetQwordRecord(L"ScriptFirstQpc", Now());
+  }
+  AddToRecord(entry.kind == EntryKind::kFailingCall ? L"LogFailuresDelivered" : L"LogRecordsDelivered");
+  if (entry.result != 0) return Fail(channel, "scripted failure", static_cast<int>(entry.result));
+  return 0;
+}
+
+// Waits up to `ms`; false when the stop event or mli_close ended the wait.
+bool WaitQuietly(Channel& channel, DWORD ms) {
+  HANDLE handles[2] = {channel.closing, nullptr};
+  DWORD count = 1;
+  {
+    // Its own reference, as the engine may register another stop event
+    // meanwhile.
+    std::lock_guard lock(channel.lock);
+    auto it = channel.events.find(kStopEventKind);
+    if (it != channel.events.end() &&
+        DuplicateHandle(GetCurrentProcess(), it->second, GetCurrentProcess(), &handles[1], 0, FALSE,
+                        DUPLICATE_SAME_ACCESS)) {
+      count = 2;
+    }
+  }
+  DWORD ended = WaitForMultipleObjects(count, handles, FALSE, ms);
+  if (count == 2) CloseHandle(handles[1]);
+  return ended == WAIT_TIMEOUT;
+}
+
+int ReadLog(Channel& channel, unsigned char* record, void** extra, uint32_t* extraLength) {
+  LogChannel& log = channel.log;
+  std::lock_guard reading(log.lock);
+  AddToRecord(L"LogCalls");
+  *extra = nullptr;
+  *extraLength = 0;
+  uint64_t deadline = 0;
+  for (;;) {
+    if (!log.playing) LookForScript(log);
+    DWORD waitMs = kScriptPollMs;
+    if (log.playing) {
+      NextStep step = TakeNext(log.queue, Now(), Frequency(), QueueRoom(log.queue));
+      if (step.dropped) AddToRecord(L"DroppedByDriver", step.dropped);
+      if (step.what == NextStep::kDeliver) return Deliver(channel, step.copy, record, extra, extraLength);
+      if (step.what == NextStep::kDone) {
+        FinishScript(log);
+        continue;
+      }
+      waitMs = static_cast<DWORD>((step.waitTicks * 1000 + Frequency() - 1) / Frequency());
+    }
+    // Nothing to deliver now: the knob is read once the read first waits.
+    uint64_t now = Now();
+    if (deadline == 0) {
+      deadline = now + zentsim::ReadDword(kStandIn, L"IdleWaitMs", kDefaultIdleWaitMs) * Frequency() / 1000;
+    }
+    if (now >= deadline) break;
+    DWORD leftMs = static_cast<DWORD>((deadline - now) * 1000 / Frequency());
+    if (!WaitQuietly(channel, std::max<DWORD>(1, std::min(waitMs, leftMs)))) break;
+  }
+  return Fail(channel, "no log record");
+}
 
 }  // namespace
 
-using namespace zentsim::mli;
-
 extern "C" int mli_get_log(MLI_HANDLE handle, void* record, void** extra, uint32_t* extraLength) {
-  (void)record;
-  Channel* channel = Find(handle);
+  Channel* channel = Enter(handle);
   if (!channel) return kBadHandle;
-  if (extra) *extra = nullptr;
-  if (extraLength) *extraLength = 0;
-  HANDLE stop = nullptr;
-  {
-    std::lock_guard lock(channel->lock);
-    auto it = channel->events.find(kStopEventKind);
-    if (it != channel->events.end()) stop = it->second;
-  }
-  if (stop) {
-    WaitForSingleObject(stop, kReadWaitMs);
-  } else {
-    Sleep(kReadWaitMs);
-  }
-  return Fail(*channel, "no log record");
+  int result = ReadLog(*channel, static_cast<unsigned char*>(record), extra, extraLength);
+  Leave(*channel);
+  return result;
 }

@@ -111,9 +111,4 @@ TEST_F(MliChannel, ErrorTextIsCutToTheBuffer) {
   EXPECT_STREQ(text, "register");
 }
 
-TEST_F(MliChannel, FlushIsNotSimulatedYet) {
-  EXPECT_NE(mli_flush_logs(handle), 0);
-  EXPECT_EQ(Error(), "not simulated yet");
-}
-
 }  // namespace

@@ -16,6 +16,7 @@ class StandInKey {
   void Set(const wchar_t* value, uint32_t data) const;
   void Set(const wchar_t* value, const std::wstring& text) const;
   std::optional<uint32_t> Dword(const wchar_t* value) const;
+  std::optional<uint64_t> Qword(const wchar_t* value) const;
   std::optional<std::wstring> String(const wchar_t* value) const;
   std::optional<std::string> Binary(const wchar_t* value) const;
   // Removes the key with everything below it.

@@ -19,14 +19,26 @@ void StandInKey::Set(const wchar_t* value, const std::wstring& text) const {
                   static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
 }
 
-std::optional<uint32_t> StandInKey::Dword(const wchar_t* value) const {
-  DWORD data = 0;
+namespace {
+
+template <class T>
+std::optional<T> Number(const std::wstring& path, const wchar_t* value, DWORD type) {
+  T data = 0;
   DWORD size = sizeof data;
-  if (RegGetValueW(HKEY_LOCAL_MACHINE, FullPath().c_str(), value, RRF_RT_REG_DWORD, nullptr, &data,
-                   &size) != ERROR_SUCCESS) {
+  if (RegGetValueW(HKEY_LOCAL_MACHINE, path.c_str(), value, type, nullptr, &data, &size) != ERROR_SUCCESS) {
     return std::nullopt;
   }
   return data;
+}
+
+}  // namespace
+
+std::optional<uint32_t> StandInKey::Dword(const wchar_t* value) const {
+  return Number<uint32_t>(FullPath(), value, RRF_RT_REG_DWORD);
+}
+
+std::optional<uint64_t> StandInKey::Qword(const wchar_t* value) const {
+  return Number<uint64_t>(FullPath(), value, RRF_RT_REG_QWORD);
 }
 
 std::optional<std::wstring> StandInKey::String(const wchar_t* value) const {
