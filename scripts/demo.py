@@ -14,7 +14,11 @@ import time
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(here, "..", "tests", "e2e"))
 
-from agent_host import INSTALL_DIR, LINE, SERVICE, AgentHost  # noqa: E402
+from agent_host import INSTALL_DIR, LINE, MISC_DIR, SERVICE, SINGLE_RECORD_DIR, AgentHost  # noqa: E402
+from driver_records import (ICMP, RECORD_NOT_LOGGED, SYN, TCP, UDP, KIND_GENERATOR, entry, ethernet, icmp,  # noqa: E402
+                            ipv4, ipv6, record, tcp, udp)
+from event_pipeline import log_parameters_policy  # noqa: E402
+from winehost import unix_path  # noqa: E402
 from winehost import delete_key, end_session, read_ini, read_key  # noqa: E402
 from zent_server_stand_in import ZentServer, client_request  # noqa: E402
 
@@ -270,6 +274,98 @@ def pipe_deployment(agent, log):
     print("    by a multi-command document publishes a label)")
 
 
+# --- the driver's events ---------------------------------------------------------------
+
+# The event log's parameters for the demo: the main log rotates at 1 KB, three
+# files are kept, at most 16 records wait in the cache, the timer runs every
+# two seconds.
+EVENT_LOG_PARAMETERS = {"size": 1, "keep": 3, "cacheSize": 16, "logFlushInterval": 2000}
+HOST_MAC, GATEWAY_MAC = "00:0c:29:3a:4b:5c", "00:50:56:c0:00:08"
+
+
+def demo_records():
+    """Five events as the driver would report them: a TCP SYN to port 80, an
+    IPv6 UDP datagram, an ARP frame, an ICMP echo and a record flagged not to
+    be logged."""
+    now = int(time.time())
+    stamp = {"timeSeconds": now, "timeMicroseconds": 250000, "secondSeconds": now, "secondMicroseconds": 750000}
+    return [
+        ("a TCP SYN with DF to port 80", record(
+            ethernet(HOST_MAC, GATEWAY_MAC, 0x0800), ipv4(TCP, "192.168.56.10", "93.184.216.34", 60, df=True),
+            tcp(49733, 80, SYN), eventCode=3, logId=501, column14Value=2, trailerValue=7, **stamp)),
+        ("an IPv6 UDP datagram to port 53", record(
+            ethernet(HOST_MAC, GATEWAY_MAC, 0x86DD), ipv6(UDP, "fe80::20c:29ff:fe3a:4b5c", "2001:db8::53"),
+            udp(51000, 53), eventCode=4, logId=502, **stamp)),
+        ("an ARP frame", record(ethernet(GATEWAY_MAC, "ff:ff:ff:ff:ff:ff", 0x0806), eventCode=5, logId=503, **stamp)),
+        ("an ICMP echo request", record(
+            ipv4(ICMP, "192.168.56.10", "192.168.56.1", 84), icmp(8, 0), eventCode=6, logId=504, **stamp)),
+        ("a record flagged not to be logged", record(
+            ipv4(UDP, "192.168.56.10", "192.168.56.255"), udp(137, 137), eventCode=7, logId=505,
+            recordFlags=RECORD_NOT_LOGGED, **stamp)),
+    ]
+
+
+def show_event_files(agent):
+    folder = unix_path(SINGLE_RECORD_DIR)
+    names = sorted(os.listdir(folder), key=lambda n: os.path.getmtime(os.path.join(folder, n))) \
+        if os.path.isdir(folder) else []
+    print(f"    {SINGLE_RECORD_DIR}: {len(names)} files, one record each")
+    for name in names[-6:]:
+        with open(os.path.join(folder, name), "rb") as f:
+            print(f"      {name}: {f.read().decode('latin-1').rstrip()}")
+    for name in agent.main_log_names():
+        text = agent.main_log(0 if name == "zent_mpnp" else int(name.rsplit(".", 1)[1])).decode("latin-1")
+        lines = text.splitlines()
+        print(f"    {name}: {len(text)} bytes, {len(lines)} lines; the last:")
+        print("      " + lines[-1] if lines else "      (empty)")
+
+
+def event_pipeline(agent, log):
+    heading("The driver's events: policy log parameters " +
+            ", ".join(f"{k}={v}" for k, v in EVENT_LOG_PARAMETERS.items()) + " (PacketFilterLog, command 104)")
+    reply = agent.zentctl("send", "set-raw-config", "--timeout", "60000",
+                          data=log_parameters_policy(**EVENT_LOG_PARAMETERS).decode("latin-1"))
+    print(f"    zentctl exit status {reply.exit_code}")
+    log.wait_for(r"SetCacheParameters: .*\r\n")
+    log.show(heartbeat_thread=False)
+
+    records = demo_records()
+    heading("The driver reports five events (its stand-in plays them from a script)")
+    for what, _ in records:
+        print("      " + what)
+    agent.play([entry(block) for _, block in records])
+    log.wait_for(r"Ignoring log id=505\r\n")
+    print("    the debug log says:")
+    log.show(heartbeat_thread=False)
+    show_event_files(agent)
+    print("    (the flagged record was formatted and dropped: no file, no line)")
+
+    heading("A burst of 12 generated SYNs: the main log passes 1 KB and rotates")
+    burst = record(ethernet(HOST_MAC, GATEWAY_MAC, 0x0800), ipv4(TCP, "192.168.56.10", "10.0.0.9", 60, df=True),
+                   tcp(50000, 443, SYN), eventCode=3, logId=600,
+                   timeSeconds=int(time.time()), secondSeconds=int(time.time()))
+    agent.play([entry(burst, kind=KIND_GENERATOR, count=12)])
+    log.wait_for(r"RotateFiles\(\) - renaming .*\r\n")
+    log.show(heartbeat_thread=False)
+    show_event_files(agent)
+
+    heading("The suite's Misc folder goes away: a record waits in the cache for the timer")
+    misc, aside = unix_path(MISC_DIR), unix_path(MISC_DIR) + ".aside"
+    os.rename(misc, aside)
+    flushes = agent.record("mli", "FlushCalls", 0)
+    agent.play([entry(record(ipv4(TCP, "192.168.56.10", "10.0.0.10", 40), tcp(50001, 22, SYN), eventCode=3,
+                             logId=700, timeSeconds=int(time.time()), secondSeconds=int(time.time())))])
+    log.wait_for(r"WriteLogData returned false\r\n")
+    log.show(heartbeat_thread=False)
+    os.rename(aside, misc)
+    print("    Misc is back; the flush timer (every 2,000 ms) tells the driver to flush and writes the cache:")
+    log.wait_for(r"WriteRawData to fw.dpi log: .*, 700, .*\r\n", timeout=15)
+    log.show(heartbeat_thread=False)
+    print(f"    the driver's stand-in counted mli_flush_logs calls: {flushes} before, "
+          f"{agent.record('mli', 'FlushCalls', 0)} now")
+    show_event_files(agent)
+
+
 def summary(server):
     heading("What the management server received")
     for message in server.messages():
@@ -308,6 +404,7 @@ def main():
         server_query(server, log)
         pipe_commands(agent, log)
         pipe_deployment(agent, log)
+        event_pipeline(agent, log)
 
         heading(f"sc stop {SERVICE}")
         status = agent.stop()

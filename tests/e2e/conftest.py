@@ -1,3 +1,5 @@
+import os
+
 import pytest
 
 import agent_host
@@ -18,3 +20,19 @@ def remove_running_agent():
     yield
     if agent_host.running["settings"] is not None:
         AgentHost().remove()
+
+
+# Tests that take more than a minute each run only in `./zent test --long`,
+# which sets ZENT_TEST_LONG=1, so that `./zent test` stays short.
+def pytest_configure(config):
+    config.addinivalue_line("markers", "long: takes more than a minute; runs only with ./zent test --long")
+
+
+def pytest_collection_modifyitems(config, items):
+    if os.environ.get("ZENT_TEST_LONG") == "1":
+        return
+    kept = [item for item in items if "long" not in item.keywords]
+    deselected = [item for item in items if "long" in item.keywords]
+    if deselected:
+        config.hook.pytest_deselected(items=deselected)
+        items[:] = kept
