@@ -8,9 +8,9 @@ lost on the way to the files.
 - eps: records per second, for the agent from the stand-in's ScriptFirstQpc
   (first record taken) to ScriptDoneQpc (the agent back for the next one
   after the last), for the bare loop from its own QueryPerformanceCounter
-  around its loop. The bare loop writes the very lines the agent wrote in
-  the same phase (read back from zent_mpnp), into the same folders, emptied
-  between the two. (a) agent/bare, goal >= 0.8; (b) agent/1,000 eps, goal
+  around its loop (best of two each for the empty folder, alternating). The
+  bare loop writes the very lines the agent wrote in the same phase (read
+  back from zent_mpnp), into the same folders, emptied between the two. (a) agent/bare, goal >= 0.8; (b) agent/1,000 eps, goal
   >= 20, printed beside the bare loop's own.
 - Zero loss: after each agent phase each logId is once in zent_mpnp, in
   order, and once in the one-record files, in order of their modification
@@ -29,7 +29,8 @@ lost on the way to the files.
   script. The timer's first run comes 1 s after the new interval is taken,
   during the fill, and not again within the hour, so no timer pass takes
   the cache first. Baseline: the bare loop with the same N + 1 lines and the
-  main log held open across them, as one pass holds it.
+  main log held open across them, as one pass holds it. Best of three for
+  1 and 128, whose passes last milliseconds on a shared machine.
 
 The agent runs with DebugLevel 1, so that the debug log does not take a
 share of the time."""
@@ -255,46 +256,58 @@ def eps_row(label, agent_seconds, bare_seconds, count=RECORDS):
     return ratio_row(label, f"{agent:.0f} eps", f"bare {bare:.0f} eps", agent / bare, ">= 0.8", agent / bare >= 0.8)
 
 
+WIDTHS = (36, 22, 18, 7, 10, 7)
+
+
+def print_row(*cells):
+    print("".join(f"{cell:<{width}}" for cell, width in zip(cells, WIDTHS)).rstrip(), flush=True)
+
+
 def main():
     keep_session()
     host = AgentHost()
     host.install(SETTINGS)
     work = tempfile.mkdtemp(prefix="zent_events_")
-    rows, notes = [], []
+    notes = []
+    print(f"{RECORDS:,} generated records per phase (TCP SYN over IPv4); the agent with DebugLevel 1; "
+          f"ratios: agent/bare eps, bare/agent pass time", flush=True)
+    print_row("figure", "value", "baseline", "ratio", "goal")
     try:
         host.start()
         deploy_log_parameters(host, size=LOG_SIZE_KB, keep=8, cacheSize=128, logFlushInterval=60000)
-        # One short script first, so that no phase pays for the first run.
+        # One phase first, so that no measured phase pays for the first run.
         agent_and_bare(host, work, "warm-up")
 
         # Best of two each, alternating: the machine is shared.
         runs = [agent_and_bare(host, work, "no files present") for _ in range(2)]
         agent_seconds, bare_seconds = min(a for a, _ in runs), min(b for _, b in runs)
         agent_eps, bare_eps = RECORDS / agent_seconds, RECORDS / bare_seconds
-        rows.append(eps_row("(a) eps, empty folder, no payload", agent_seconds, bare_seconds))
-        rows.append(ratio_row("(b) eps against 1,000 eps", f"{agent_eps:.0f} eps", "1,000 eps", agent_eps / 1000,
-                              ">= 20", agent_eps / 1000 >= 20))
+        print_row(*eps_row("(a) eps, empty folder, no payload", agent_seconds, bare_seconds))
+        print_row(*ratio_row("(b) eps against 1,000 eps", f"{agent_eps:.0f} eps", "1,000 eps", agent_eps / 1000,
+                             ">= 20", agent_eps / 1000 >= 20))
         notes.append(f"(b) the bare loop alone: {bare_eps:.0f} eps, {bare_eps / 1000:.2f} of 1,000 eps: the "
                      "calls themselves cost more than the goal allows under Wine, so (b) is out of reach here")
 
         rate = max(1, int(agent_eps * 0.8))
         dropped, lost = at_rate(host, rate)
-        rows.append((f"loss at {rate} eps (80%), queue {QUEUE_RECORDS}", f"{dropped} dropped, {lost} lost", "0", "-",
-                     "0 dropped", "met" if dropped == 0 and lost == 0 else "missed"))
+        print_row(f"loss at {rate} eps (80%), queue {QUEUE_RECORDS}", f"{dropped} dropped, {lost} lost", "0", "-",
+                  "0 dropped", "met" if dropped == 0 and lost == 0 else "missed")
 
         growth = {}
         for count in FILES_PRESENT:
             present = place_files(count)
             growth[count] = agent_and_bare(host, work, f"{count} files present", present=present)
             shutil.rmtree(unix_path(SINGLE_RECORD_DIR))
-            rows.append(eps_row(f"eps, {count:,} files present", *growth[count]))
+            print_row(*eps_row(f"eps, {count:,} files present", *growth[count]))
         for size in PAYLOADS:
-            rows.append(eps_row(f"eps, payload {size:,} bytes", *agent_and_bare(host, work, f"payload {size}",
-                                                                                payload=size)))
+            print_row(*eps_row(f"eps, payload {size:,} bytes", *agent_and_bare(host, work, f"payload {size}",
+                                                                               payload=size)))
         for count in CACHED:
-            seconds, bare = cached_pass(host, work, count)
-            rows.append(ratio_row(f"pass, {count:,} cached + 1", f"{seconds * 1000:.0f} ms", f"bare {bare * 1000:.0f} ms",
-                                  bare / seconds, ">= 0.8", bare / seconds >= 0.8))
+            # Passes of a few records last milliseconds: best of three.
+            runs = [cached_pass(host, work, count) for _ in range(3 if count <= 128 else 1)]
+            seconds, bare = min(a for a, _ in runs), min(b for _, b in runs)
+            print_row(*ratio_row(f"pass, {count:,} cached + 1", f"{seconds * 1000:.0f} ms",
+                                 f"bare {bare * 1000:.0f} ms", bare / seconds, ">= 0.8", bare / seconds >= 0.8))
         for count, (agent, bare) in growth.items():
             notes.append(f"with {count:,} files present the agent does {agent_seconds / agent:.0%} of its eps in an "
                          f"empty folder, the bare loop {bare_seconds / bare:.0%}")
@@ -302,13 +315,6 @@ def main():
         host.remove()
         shutil.rmtree(work, ignore_errors=True)
         end_session()
-
-    print(f"{RECORDS:,} generated records per phase (TCP SYN over IPv4); the agent with DebugLevel 1; "
-          f"ratios: agent/bare eps, bare/agent pass time")
-    widths = (36, 22, 18, 7, 10, 7)
-    header = ("figure", "value", "baseline", "ratio", "goal", "")
-    for row in (header, *rows):
-        print("".join(f"{cell:<{width}}" for cell, width in zip(row, widths)).rstrip())
     for note in notes:
         print(note)
     if losses:
