@@ -134,7 +134,9 @@ int main(int argc, char** argv) {
   std::printf("%10s %16s %16s %14s\n", "records", "FormatRecord/s", "snprintf/s", "x snprintf");
   std::printf("%10s %16.0f %16.0f %14.2f\n", std::to_string(count).c_str(), formatter, baseline,
               formatter / baseline);
-  std::printf("goal >= 1,000,000 records/s natively: %s (%s bytes formatted, %s printed)\n",
+  // The goal binds the native Release build; under Wine the line is for
+  // comparison.
+  std::printf("goal >= 1,000,000 records/s: %s in this run (%s bytes formatted, %s printed)\n",
               formatter >= 1e6 ? "met" : "missed", std::to_string(formattedBytes).c_str(),
               std::to_string(printedBytes).c_str());
   return 0;
