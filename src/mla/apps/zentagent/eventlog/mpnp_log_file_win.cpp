@@ -30,7 +30,8 @@ std::wstring MpnpFileName(int n) {
 
 bool InitializeZentmpnpLogFile() {
   if (hMpnpLog != nullptr && hMpnpLog != INVALID_HANDLE_VALUE) return true;
-  if (IsFile(s_MpnpLogPath)) {
+  // The look at the disk serves the message alone: not made below its level.
+  if (s_Settings.DebugLevel >= 4 && IsFile(s_MpnpLogPath)) {
     ZENT_LOG(4, L"mpnp fw/dpi event logfile(%s) already exists\n", s_MpnpLogPath);
   }
   hMpnpLog = CreateFileW(s_MpnpLogPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
