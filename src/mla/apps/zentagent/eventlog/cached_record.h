@@ -17,5 +17,7 @@ struct CachedRecord {
 // The columns, ", %u, %I64u, %I64u" (trailerValue, secondTime, firstTime),
 // "\r\n".
 std::string SingleRecordLine(const CachedRecord& record);
-// "%Y/%m/%d, %H:%M:%S, " in local time of firstTime, then the same line.
+// "%Y/%m/%d, %H:%M:%S, " in local time of a stamp in microseconds.
+std::string MainLogPrefix(uint64_t microseconds);
+// MainLogPrefix of firstTime, then the same line.
 std::string MainLogLine(const CachedRecord& record);

@@ -9,6 +9,8 @@
 #include <cstring>
 
 constexpr size_t kColumnBufferSize = 1024;
+// The digits of "%02X" and of AppendHex.
+inline constexpr char kUpperHexDigits[] = "0123456789ABCDEF";
 
 struct ColumnBuffer {
   char text[kColumnBufferSize];
@@ -67,7 +69,7 @@ inline void AppendLowerHex(ColumnBuffer& buffer, uint32_t value) {
 inline void AppendHexBytes(ColumnBuffer& buffer, const uint8_t* bytes, size_t count, bool blankBetween) {
   for (size_t i = 0; i < count; ++i) {
     if (blankBetween && i != 0) AppendLiteral(buffer, " ");
-    char pair[2] = {"0123456789ABCDEF"[bytes[i] >> 4], "0123456789ABCDEF"[bytes[i] & 0xF]};
+    char pair[2] = {kUpperHexDigits[bytes[i] >> 4], kUpperHexDigits[bytes[i] & 0xF]};
     AppendText(buffer, pair, 2);
   }
 }

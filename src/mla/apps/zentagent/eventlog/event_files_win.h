@@ -42,5 +42,13 @@ bool InitializeVXLogFile();
 // and for nobody else; inherited entries cut off. Never stops the caller.
 void SecureFileOrDirectory(const std::wstring& path);
 
+// A log file's handle variable: open unless null or INVALID_HANDLE_VALUE;
+// closing sets it to INVALID_HANDLE_VALUE.
+inline bool IsLogOpen(HANDLE handle) { return handle != nullptr && handle != INVALID_HANDLE_VALUE; }
+inline void CloseLog(HANDLE& handle) {
+  if (IsLogOpen(handle)) CloseHandle(handle);
+  handle = INVALID_HANDLE_VALUE;
+}
+
 // zent_mpnp for n 0, zent_mpnp.<n> otherwise.
 std::wstring MpnpFileName(int n);

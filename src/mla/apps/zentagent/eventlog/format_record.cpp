@@ -133,13 +133,12 @@ void AppendColumns(ColumnBuffer& buffer, const uint8_t* record) {
 }  // namespace
 
 void AppendHex(const uint8_t* bytes, size_t count, std::string& text) {
-  static const char kDigits[] = "0123456789ABCDEF";
   size_t start = text.size();
   text.resize(start + 2 * count);
   char* out = text.data() + start;
   for (size_t i = 0; i < count; ++i) {
-    out[2 * i] = kDigits[bytes[i] >> 4];
-    out[2 * i + 1] = kDigits[bytes[i] & 0xF];
+    out[2 * i] = kUpperHexDigits[bytes[i] >> 4];
+    out[2 * i + 1] = kUpperHexDigits[bytes[i] & 0xF];
   }
 }
 

@@ -85,10 +85,7 @@ DWORD WINAPI FwDpiServiceFn(LPVOID) {
   }
   {
     std::lock_guard<std::recursive_mutex> lock(cacheLock);
-    if (hMpnpLog != INVALID_HANDLE_VALUE && hMpnpLog != nullptr) {
-      CloseHandle(hMpnpLog);
-      hMpnpLog = INVALID_HANDLE_VALUE;
-    }
+    CloseLog(hMpnpLog);
   }
   ZENT_LOG(2, L"FwDpiServiceFn: exits\n");
   return 0;

@@ -16,11 +16,6 @@ bool IsFile(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-void CloseMpnpLog() {
-  CloseHandle(hMpnpLog);
-  hMpnpLog = INVALID_HANDLE_VALUE;
-}
-
 }  // namespace
 
 std::wstring MpnpFileName(int n) {
@@ -29,7 +24,7 @@ std::wstring MpnpFileName(int n) {
 }
 
 bool InitializeZentmpnpLogFile() {
-  if (hMpnpLog != nullptr && hMpnpLog != INVALID_HANDLE_VALUE) return true;
+  if (IsLogOpen(hMpnpLog)) return true;
   // The look at the disk serves the message alone: not made below its level.
   if (s_Settings.DebugLevel >= 4 && IsFile(s_MpnpLogPath)) {
     ZENT_LOG(4, L"mpnp fw/dpi event logfile(%s) already exists\n", s_MpnpLogPath);
@@ -42,13 +37,13 @@ bool InitializeZentmpnpLogFile() {
   }
   if (SetFilePointer(hMpnpLog, 0, nullptr, FILE_END) == INVALID_SET_FILE_POINTER && GetLastError() != NO_ERROR) {
     ZENT_LOG(1, L"SetFilePointer for mpnp log file fails: error=%d\n", GetLastError());
-    CloseMpnpLog();
+    CloseLog(hMpnpLog);
     return false;
   }
   DWORD size = GetFileSize(hMpnpLog, nullptr);
   if (size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) {
     ZENT_LOG(1, L"GetFileSize of mpnp log file fails: error=%d\n", GetLastError());
-    CloseMpnpLog();
+    CloseLog(hMpnpLog);
     return false;
   }
   // A new file gets the log's access rules once.
@@ -74,7 +69,7 @@ bool RotateMpnpFiles() {
   if (s_NumberOfOldCopies < 0) return true;
   for (int n = s_NumberOfOldCopies; n >= 0; --n) {
     std::wstring current = MpnpFileName(n);
-    std::wstring next = s_MpnpLogPath + L"." + std::to_wstring(n + 1);
+    std::wstring next = MpnpFileName(n + 1);
     ZENT_LOG(6, L"RotateFiles() - current=%s, new=%s\n", current, next);
     if (!IsFile(current)) continue;
     if (n + 1 > s_NumberOfOldCopies) {

@@ -11,7 +11,7 @@ namespace {
 // The main log is open only during a pass; rotation is decided on its size
 // after the pass, so a file can grow past the limit by what one pass wrote.
 void CloseAndRotateMpnpFile() {
-  if (hMpnpLog == INVALID_HANDLE_VALUE || hMpnpLog == nullptr) return;
+  if (!IsLogOpen(hMpnpLog)) return;
   DWORD position = SetFilePointer(hMpnpLog, 0, nullptr, FILE_END);
   if (position == INVALID_SET_FILE_POINTER) {
     DWORD error = GetLastError();
@@ -22,8 +22,7 @@ void CloseAndRotateMpnpFile() {
       return;
     }
   }
-  CloseHandle(hMpnpLog);
-  hMpnpLog = INVALID_HANDLE_VALUE;
+  CloseLog(hMpnpLog);
   if ((position >> 10) >= s_LogFileSizeKB) RotateMpnpFiles();
 }
 
@@ -42,20 +41,19 @@ int FlushBufferedData() {
   std::lock_guard<std::recursive_mutex> lock(cacheLock);
   int result = 1;
   DWORD now = GetTickCount();
-  for (size_t i = 0; i < recordCache.size();) {
-    CachedRecord record = recordCache[i];
-    if (WriteRecord(record) == 1) {
-      recordCache.erase(recordCache.begin() + static_cast<std::ptrdiff_t>(i));
-    } else {
-      result = 0;
-      ++i;
-    }
+  // Written records leave; the rest close up in their order.
+  size_t kept = 0;
+  for (size_t i = 0; i < recordCache.size(); ++i) {
+    if (WriteRecord(recordCache[i]) == 1) continue;
+    result = 0;
+    if (kept != i) recordCache[kept] = std::move(recordCache[i]);
+    ++kept;
   }
+  recordCache.resize(kept);
   if (recordCache.size() > s_LogRecordMapMaxSize) {
     DWORD age = now - recordCache.front().addedTick;
     ZENT_LOG(3, L"FlushBufferedData() - cache is too big, flushing oldest (%lu msec) record.\n", age);
-    CachedRecord oldest = recordCache.front();
-    if (WriteRecord(oldest) == 0) result = 0;
+    if (WriteRecord(recordCache.front()) == 0) result = 0;
     // The one place where a record is lost for want of room.
     recordCache.erase(recordCache.begin());
     ZENT_LOG(4, L"FlushBufferedData() - Remove the oldest record from cache. Size of cache is now %u records.\n",

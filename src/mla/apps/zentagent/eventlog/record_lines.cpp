@@ -3,11 +3,8 @@
 
 #include "eventlog/cached_record.h"
 
-namespace {
-
-// "%Y/%m/%d, %H:%M:%S, " in the machine's local time: the main log is read
-// by people on that machine.
-std::string LocalTimePrefix(uint64_t microseconds) {
+// The main log is read by people on this machine: its stamp is local time.
+std::string MainLogPrefix(uint64_t microseconds) {
   std::time_t seconds = static_cast<std::time_t>(microseconds / 1000000);
   std::tm local{};
 #ifdef _WIN32
@@ -19,8 +16,6 @@ std::string LocalTimePrefix(uint64_t microseconds) {
   size_t length = converted ? std::strftime(prefix, sizeof prefix, "%Y/%m/%d, %H:%M:%S, ", &local) : 0;
   return std::string(prefix, length);
 }
-
-}  // namespace
 
 std::string SingleRecordLine(const CachedRecord& record) {
   std::string line;
@@ -38,5 +33,5 @@ std::string SingleRecordLine(const CachedRecord& record) {
 }
 
 std::string MainLogLine(const CachedRecord& record) {
-  return LocalTimePrefix(record.firstTime) + SingleRecordLine(record);
+  return MainLogPrefix(record.firstTime) + SingleRecordLine(record);
 }

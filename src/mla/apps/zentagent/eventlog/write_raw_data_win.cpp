@@ -14,7 +14,7 @@ constexpr int kMaxInterruptedRetries = 5;
 }  // namespace
 
 int WriteRawData(uint32_t size, const char* buffer, HANDLE& handle) {
-  if (handle == nullptr || handle == INVALID_HANDLE_VALUE) {
+  if (!IsLogOpen(handle)) {
     // Read as success by the callers: there is nothing to write into.
     ZENT_LOG(1, L"log file handle is invalid\n");
     return 0;
@@ -47,8 +47,7 @@ int WriteRawData(uint32_t size, const char* buffer, HANDLE& handle) {
       diskFullBefore = true;
       if (RemoveOldestZentmpnpFile() == 1) continue;
     }
-    CloseHandle(handle);
-    handle = INVALID_HANDLE_VALUE;
+    CloseLog(handle);
     return code;
   }
 }

@@ -3,27 +3,19 @@
 #include "eventlog/event_files_win.h"
 #include "service/debug_log.h"
 
-namespace {
-
-void CloseVxLog() {
-  if (hVxLog != INVALID_HANDLE_VALUE && hVxLog != nullptr) CloseHandle(hVxLog);
-  hVxLog = INVALID_HANDLE_VALUE;
-}
-
-}  // namespace
-
 int WriteRecord(const CachedRecord& record) {
   std::string line = SingleRecordLine(record);
   if (!InitializeVXLogFile()) return 0;
   if (WriteRawData(static_cast<uint32_t>(line.size()), line.data(), hVxLog) != 0) {
     // A write that went through on a retry still fails the record, and its
     // file is left behind; the handle must not stay open with it.
-    CloseVxLog();
+    CloseLog(hVxLog);
     return 0;
   }
-  CloseVxLog();
+  CloseLog(hVxLog);
   if (InitializeZentmpnpLogFile()) {
-    std::string mainLine = MainLogLine(record);
+    // The same line, stamped: formatted once for both files.
+    std::string mainLine = MainLogPrefix(record.firstTime) + line;
     if (WriteRawData(static_cast<uint32_t>(mainLine.size()), mainLine.data(), hMpnpLog) != 0) {
       ZENT_LOG(1, L"Write mpnp log fail\n");
     }
