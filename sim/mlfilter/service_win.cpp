@@ -24,11 +24,11 @@ SERVICE_STATUS_HANDLE statusHandle = nullptr;
 SERVICE_STATUS status{};
 HANDLE stopEvent = nullptr;
 
-void Report(DWORD state, DWORD exitCode, DWORD checkPoint, DWORD waitHint) {
+void Report(DWORD state, DWORD exitCode, DWORD checkPoint, DWORD waitHint, bool running = false) {
   status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
   status.dwCurrentState = state;
   status.dwControlsAccepted =
-      state == SERVICE_RUNNING ? SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN : 0;
+      state == SERVICE_RUNNING || running ? SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN : 0;
   status.dwWin32ExitCode = exitCode;
   status.dwServiceSpecificExitCode = 0;
   status.dwCheckPoint = checkPoint;
@@ -77,6 +77,11 @@ void WINAPI ServiceMain(DWORD argc, wchar_t** argv) {
   StartSlowly(zentsim::ReadDword(serviceName, L"StartDelayMs", 0));
 
   Report(SERVICE_RUNNING, NO_ERROR, 0, 0);
+  // A service in any state, for the agent's service queries: once running
+  // it reports this state instead, and still takes the stop control.
+  if (DWORD reported = zentsim::ReadDword(serviceName, L"ReportState", 0)) {
+    Report(reported, NO_ERROR, 0, 0, true);
+  }
   WaitForSingleObject(stopEvent, INFINITE);
   zentsim::Count(serviceName, L"Stopped");
   Report(SERVICE_STOPPED, NO_ERROR, 0, 0);
