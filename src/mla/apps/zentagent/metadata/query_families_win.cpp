@@ -2,12 +2,24 @@
 
 #include <vector>
 
+#include "metadata/get_hmd_registry_key.h"
+#include "metadata/get_hmd_registry_value.h"
+
 std::span<const HmdQueryFamily> HmdQueryFamilies() {
   // One row per family. A handler with fewer arguments is adapted here, e.g.
   //   {"getRegistryKey", "GetHmdRegistryKey",
   //    [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
   //       const std::string&, const std::string&) { return GetHmdRegistryKey(d, r, id, a1); },
   //    HmdSuccessLine::Key},
-  static const std::vector<HmdQueryFamily> families = {};
+  static const std::vector<HmdQueryFamily> families = {
+      {"getRegistryValue", "GetHmdRegistryValue",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string& a2, const std::string&) { return GetHmdRegistryValue(d, r, id, a1, a2); },
+       HmdSuccessLine::KeyValue},
+      {"getRegistryKey", "GetHmdRegistryKey",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string&, const std::string&) { return GetHmdRegistryKey(d, r, id, a1); },
+       HmdSuccessLine::Key},
+  };
   return families;
 }
