@@ -32,7 +32,9 @@ def reg_import(sections):
     with tempfile.TemporaryDirectory(prefix="zent-regquery-") as folder:
         file = os.path.join(folder, "keys.reg")
         with open(file, "wb") as f:
-            f.write("\r\n".join(lines).encode("utf-16"))
+            # Names may hold surrogates without their partners, as the
+            # registry allows.
+            f.write("\r\n".join(lines).encode("utf-16", "surrogatepass"))
         done = run(["reg", "import", windows_path(file)], timeout=600)
         assert done.exit_code == 0, done.stdout + done.stderr
 
