@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "metadata/get_hmd_registry_key.h"
+#include "metadata/get_hmd_registry_value.h"
 #include "metadata/get_hmd_services_win.h"
 
 std::span<const HmdQueryFamily> HmdQueryFamilies() {
@@ -11,6 +13,14 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
   //       const std::string&, const std::string&) { return GetHmdRegistryKey(d, r, id, a1); },
   //    HmdSuccessLine::Key},
   static const std::vector<HmdQueryFamily> families = {
+      {"getRegistryValue", "GetHmdRegistryValue",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string& a2, const std::string&) { return GetHmdRegistryValue(d, r, id, a1, a2); },
+       HmdSuccessLine::KeyValue},
+      {"getRegistryKey", "GetHmdRegistryKey",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string&, const std::string&) { return GetHmdRegistryKey(d, r, id, a1); },
+       HmdSuccessLine::Key},
       {"getServices", "GetHmdServices",
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string& a2, const std::string&) { return GetHmdServices(d, r, id, a1, a2); },

@@ -3,6 +3,7 @@
 #include <cwchar>
 
 #include "util/text_win.h"
+#include "util/utf16_text.h"
 
 namespace {
 
@@ -30,20 +31,13 @@ std::wstring utf8ToWide(const char* text) { return Widen(CP_UTF8, text); }
 std::wstring ansiToWide(const char* text) { return Widen(CP_ACP, text); }
 
 std::string wideToUtf8(const wchar_t* text, size_t length) {
-  if (length == 0) {
-    std::string out = Convert(CP_UTF8, text, -1);
-    if (!out.empty()) out.pop_back();
-    return out;
-  }
-  std::string out;
-  for (size_t at = 0; at < length;) {
-    size_t end = at;
-    while (end < length && text[end] != 0) ++end;
-    size_t units = end < length ? end - at + 1 : end - at;  // the zero goes with its segment
-    out += Convert(CP_UTF8, text + at, static_cast<int>(units));
-    at += units;
-  }
-  return out;
+  // With a length the whole buffer goes in one pass: zero units become zero
+  // bytes, which is what converting segment by segment, each with its zero,
+  // gives. Without one, the text ends at its first zero unit.
+  static_assert(sizeof(wchar_t) == sizeof(char16_t));
+  if (length == 0) length = std::wcslen(text);
+  std::u16string units(text, text + length);
+  return Utf16ToUtf8(units.data(), units.size());
 }
 
 std::string wideToAnsi(const wchar_t* text) {
