@@ -1,5 +1,7 @@
 #include "metadata/query_families.h"
 
+#include "metadata/listen_ports_win.h"
+
 #include <vector>
 
 std::span<const HmdQueryFamily> HmdQueryFamilies() {
@@ -8,6 +10,11 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
   //    [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
   //       const std::string&, const std::string&) { return GetHmdRegistryKey(d, r, id, a1); },
   //    HmdSuccessLine::Key},
-  static const std::vector<HmdQueryFamily> families = {};
+  static const std::vector<HmdQueryFamily> families = {
+      {"getListenPorts", "GetHmdListenPorts",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string& a2, const std::string&) { return GetHmdListenPorts(d, r, id, a1, a2); },
+       HmdSuccessLine::Plain},
+  };
   return families;
 }
