@@ -22,6 +22,8 @@ from winehost import unix_path  # noqa: E402
 from winehost import delete_key, end_session, read_ini, read_key  # noqa: E402
 from zent_server_stand_in import ZentServer, client_request  # noqa: E402
 
+import demo_host_queries as host_queries  # noqa: E402
+
 POLICY = os.path.join(here, "..", "tests", "e2e", "data", "small_policy.xml")
 # config.rbf: a 48-byte header (magic, version, rule count, length, digest),
 # then one rule a line.
@@ -113,16 +115,6 @@ def deployment_document():
             + policy[start:end] + "\n  </Request>\n</Message>\n")
 
 
-METADATA_QUERY = """<Message>
-  <Request cmd="GetHostMetaData">
-    <RequestID>demo-request-42</RequestID>
-    <HostMetaDataQueries>
-      <HostMetaDataQuery id="2" query="getServices" arg1="detailed"/>
-      <HostMetaDataQuery id="1" query="getRegistryValue" arg1="HKEY_LOCAL_MACHINE\\SOFTWARE\\Halvane\\ZentAgent" arg2="RawConfigTime"/>
-    </HostMetaDataQueries>
-  </Request>
-</Message>
-"""
 
 
 def show_reply(reply):
@@ -227,9 +219,9 @@ def server_deployment(agent, server, log):
     show_message(following, "the server received")
 
 
-def server_query(server, log):
+def server_query(agent, server, log):
     heading("The server asks about the host: a ClientRequest with a GetHostMetaData command")
-    reply = client_request(METADATA_QUERY, client_uid="zent-demo")
+    reply = client_request(host_queries.QUERIES.format(request_id="demo-request-42"), client_uid="zent-demo")
     server.script_heartbeats(reply)
     print("    scripted as the answer to the next heartbeat;")
     show_reply(reply)
@@ -237,13 +229,24 @@ def server_query(server, log):
     response = message_after(server, index, "ClientResponse", timeout=60)
     log.wait_for(r"ack response errorCode=")
     heading("The agent's ClientResponse, posted in the same cycle")
-    show_message(response, "the server received")
-    print("    its content, the result document:")
-    show_text(json.loads(response.body)["response"]["content"])
-    print("    No query family is built into the agent yet, so both queries are unknown queries:")
-    print("    they have no result, and the document still says code \"0\" with the RequestID.")
+    print(f"    POST {response.path}, {len(response.body)} bytes, name \"ClientResponse\", "
+          f"type \"{response.json()['response']['type']}\"")
+    print("    the server answered:")
+    show_text(response.answer.decode("latin-1"))
+    content = host_queries.client_response_content(response)
+    print("    its content, the result document, result by result (in the order of the ids):")
+    host_queries.show_results(content)
     print("    the debug log says:")
     log.show()
+
+    heading("The same questions through the pipe: zentctl send get-metadata (command 106, TestMode)")
+    reply, document = host_queries.pipe_query(agent, "demo-request-43")
+    print(f"    zentctl exit status {reply.exit_code}; the agent's answer is in meta_response.xml, "
+          f"{len(document)} bytes")
+    print("    what the server would learn from the digests, against the first answer:")
+    host_queries.compare_digests(host_queries.digests(content), host_queries.digests(document))
+    log.wait_for(r"Process Command\(106\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=10)
+    log.show(heartbeat_thread=False)
 
 
 def pipe_commands(agent, log):
@@ -401,7 +404,7 @@ def main():
 
         first_heartbeat(server, log)
         server_deployment(agent, server, log)
-        server_query(server, log)
+        server_query(agent, server, log)
         pipe_commands(agent, log)
         pipe_deployment(agent, log)
         event_pipeline(agent, log)

@@ -23,6 +23,7 @@ and, on the same port:
 """
 import argparse
 import json
+import re
 import threading
 import time
 import urllib.parse
@@ -95,7 +96,14 @@ class Message:
     name: str = ""      # the message's "name", when its body says
 
     def json(self):
-        return json.loads(self.body)
+        """The body as JSON. Bytes that are not UTF-8 (a query's answer can
+        hold such bytes) come back as lone surrogates; `as_bytes` restores
+        them."""
+        return json.loads(self.body.decode("utf-8", "surrogateescape"))
+
+    def response_content(self):
+        """A ClientResponse's document, byte for byte as the agent sent it."""
+        return as_bytes(self.json()["response"]["content"])
 
     def to_json(self):
         return {"path": self.path, "description": self.description.decode("latin-1"),
@@ -103,14 +111,25 @@ class Message:
                 "answer": self.answer.decode("latin-1"), "name": self.name}
 
 
+def as_bytes(text):
+    """A string of the body back to the bytes the agent sent."""
+    return text.encode("utf-8", "surrogateescape")
+
+
+# The front of every message the agent writes, compact or pretty-printed.
+MESSAGE_FRONT = re.compile(rb'\{\s*"name": "([A-Za-z]+)"')
+
+
 def message_name(body):
     try:
         value = json.loads(body)
         return value.get("name", "") if isinstance(value, dict) else ""
     except ValueError:
-        # A heartbeat whose policy label holds a quote is no JSON; its name
-        # still stands at the front.
-        return "HeartBeat" if body.startswith(b'{"name": "HeartBeat"') else ""
+        # A heartbeat whose policy label holds a quote is no JSON, nor is a
+        # client response whose answer holds bytes that are not UTF-8; the
+        # name still stands at the front.
+        front = MESSAGE_FRONT.match(body)
+        return front.group(1).decode() if front else ""
 
 
 @dataclass

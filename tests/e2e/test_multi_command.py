@@ -294,7 +294,7 @@ def test_server_query_is_answered_with_a_client_response(agent, server):
     message = response.json()
     assert message["name"] == "ClientResponse"
     assert message["response"]["type"] == "UpdateHostMetaData"
-    # No query family answers yet: the shell with the request's id, the
+    # The queries name no family: the shell with the request's id, the
     # queries left out as unknown.
     content = message["response"]["content"].replace("\r\n", "\n")
     assert content == ("<Message>\n"

@@ -4,4 +4,4 @@ import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "sim", "zentserver"))
 
-from zent_server import ZentServer, ack, client_request, filler, json_reply, raw  # noqa: E402,F401
+from zent_server import ZentServer, ack, as_bytes, client_request, filler, json_reply, raw  # noqa: E402,F401

@@ -1,0 +1,87 @@
+"""The demo's host queries: what the server asks about the host, and the
+agent's answers shown result by result, with the digest that tells the
+server whether anything changed since it last asked."""
+import json
+import xml.etree.ElementTree as ElementTree
+
+# The server's questions: one registry value, one key, the services in
+# detail, the listening ports.
+QUERIES = """<Message>
+  <Request cmd="GetHostMetaData">
+    <RequestID>{request_id}</RequestID>
+    <HostMetaDataQueries>
+      <HostMetaDataQuery id="4" query="getListenPorts"/>
+      <HostMetaDataQuery id="3" query="getServices" arg1="detailed"/>
+      <HostMetaDataQuery id="2" query="getRegistryKey" arg1="HKLM\\SOFTWARE\\Halvane\\ZentAgent"/>
+      <HostMetaDataQuery id="1" query="getRegistryValue" arg1="HKLM\\SOFTWARE\\Halvane\\ZentAgent" arg2="RawConfigTime"/>
+    </HostMetaDataQueries>
+  </Request>
+</Message>
+"""
+QUERY_NAMES = {"1": "getRegistryValue", "2": "getRegistryKey", "3": "getServices detailed", "4": "getListenPorts"}
+# Of the host's services, the ones of this demo.
+OWN_SERVICES = ("ZentAgent", "mlfilter")
+
+
+def parse(document):
+    """A response document as bytes; the narrow copies of service texts can
+    make bytes that are not UTF-8, shown as replacement characters."""
+    return ElementTree.fromstring(document.decode("utf-8", "replace"))
+
+
+def attributes(host_meta_data):
+    return [(a.get("name"), a.get("value")) for a in host_meta_data.iter("Attribute")]
+
+
+def show_object(host_meta_data, indent="        "):
+    print(f"{indent}{host_meta_data.get('type')} {host_meta_data.get('identifier')}")
+    for name, value in attributes(host_meta_data):
+        print(f"{indent}    {name} = {value}")
+
+
+def results(document):
+    """Each result's id, hash and objects, in the document's order."""
+    return [(r.get("id"), r.get("commandVersion"), r.get("hash"), list(r.iter("HostMetaData")))
+            for r in parse(document).iter("HostMetaDataQueryResult")]
+
+
+def show_results(document):
+    for query_id, version, digest, objects in results(document):
+        print(f"    result id {query_id} ({QUERY_NAMES.get(query_id, '?')}), commandVersion {version}, "
+              f"{len(objects)} object(s)")
+        print(f"      hash {digest}")
+        shown = objects
+        if query_id == "3":
+            shown = [o for o in objects if o.get("identifier") in OWN_SERVICES]
+            print(f"      of the {len(objects)} services, the agent's and its driver's:")
+        for host_meta_data in shown:
+            show_object(host_meta_data)
+
+
+def digests(document):
+    return {query_id: digest for query_id, _, digest, _ in results(document)}
+
+
+def compare_digests(first, second):
+    """What the server learns from the digests of two answers."""
+    for query_id in sorted(first):
+        same = first[query_id] == second.get(query_id)
+        print(f"      {QUERY_NAMES.get(query_id, query_id):24} "
+              f"{'same hash: nothing changed' if same else 'hash changed: the server reads the objects again'}")
+
+
+def client_response_content(message):
+    """The result document a ClientResponse carries, as bytes."""
+    return message.response_content()
+
+
+def pipe_query(agent, request_id):
+    """The same questions through pipe command 106 (TestMode): the answer is
+    left in meta_response.xml in the agent's folder."""
+    reply = agent.send("get-metadata", "--request-id", "106", data=QUERIES.format(request_id=request_id).encode())
+    with open(agent.path("meta_response.xml"), "rb") as f:
+        return reply, f.read()
+
+
+def request_json(request_id):
+    return json.dumps(QUERIES.format(request_id=request_id))
