@@ -169,7 +169,7 @@ def test_server_query_is_answered_with_the_sockets(fresh_agent, server, held):
     (response,) = server.wait_for(1, "ClientResponse", timeout=90)
     message = response.json()
     assert message["response"]["type"] == "UpdateHostMetaData"
-    content = message["response"]["content"].encode()
+    content = response.response_content()
     assert b"<RequestID>srv-lp</RequestID>" in content
     result, objects = result_of(content)
     check_result(result, objects)
