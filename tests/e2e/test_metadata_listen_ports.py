@@ -28,6 +28,20 @@ def with_pid(pid, protocol, address, port, version):
     return [("processId", str(pid))] + short_form(protocol, address, port, version)
 
 
+def detailed_objects(held):
+    """The attributes of each of sockholder's sockets in a detailed answer,
+    by identifier. Wine's tables have no creation time, so no row has
+    created, and no owner for IPv6 TCP listeners."""
+    tcp6_port, udp4_port, udp6_port = held.ports[2:]
+    return {
+        f"tcp/127.0.0.1/{PORT_7A01}": with_pid(held.pid, "tcp", "127.0.0.1", PORT_7A01, "4"),
+        f"tcp/127.0.0.1/{PORT_7902}": with_pid(held.pid, "tcp", "127.0.0.1", PORT_7902, "4"),
+        f"tcp6/::1/{tcp6_port}": short_form("tcp", "::1", tcp6_port, "6"),
+        f"udp/127.0.0.1/{udp4_port}": with_pid(held.pid, "udp", "127.0.0.1", udp4_port, "4"),
+        f"udp6/::1/{udp6_port}": with_pid(held.pid, "udp", "::1", udp6_port, "6"),
+    }
+
+
 @pytest.fixture
 def agent():
     return running_agent({"ZENTSETTINGS": {"DebugLevel": 6, "TestMode": 1, "FlushDebugLogTimer": 200}})
@@ -75,16 +89,8 @@ def test_short_query_gives_ipv4_rows_four_attributes_and_udp6_rows_the_owner(age
 def test_detailed_query_gives_ipv4_rows_their_owner(agent, held, arg1, arg2):
     result, objects = query(agent, 302, arg1, arg2)
     check_result(result, objects)
-    tcp6_port, udp4_port, udp6_port = held.ports[2:]
-    # Wine's tables have no creation time, so no row has created.
-    assert [o.attributes for o in with_identifier(objects, f"tcp/127.0.0.1/{PORT_7A01}")] == [
-        with_pid(held.pid, "tcp", "127.0.0.1", PORT_7A01, "4")]
-    assert [o.attributes for o in with_identifier(objects, f"tcp6/::1/{tcp6_port}")] == [
-        short_form("tcp", "::1", tcp6_port, "6")]
-    assert [o.attributes for o in with_identifier(objects, f"udp/127.0.0.1/{udp4_port}")] == [
-        with_pid(held.pid, "udp", "127.0.0.1", udp4_port, "4")]
-    assert [o.attributes for o in with_identifier(objects, f"udp6/::1/{udp6_port}")] == [
-        with_pid(held.pid, "udp", "::1", udp6_port, "6")]
+    for identifier, attributes in detailed_objects(held).items():
+        assert [o.attributes for o in with_identifier(objects, identifier)] == [attributes], identifier
 
 
 def test_detail_flag_is_read_exactly(agent, held):
@@ -173,14 +179,7 @@ def test_server_query_is_answered_with_the_sockets(fresh_agent, server, held):
     assert b"<RequestID>srv-lp</RequestID>" in content
     result, objects = result_of(content)
     check_result(result, objects)
-    tcp6_port, udp4_port, udp6_port = held.ports[2:]
-    assert [o.attributes for o in with_identifier(objects, f"tcp/127.0.0.1/{PORT_7902}")] == [
-        with_pid(held.pid, "tcp", "127.0.0.1", PORT_7902, "4")]
-    assert [o.attributes for o in with_identifier(objects, f"tcp6/::1/{tcp6_port}")] == [
-        short_form("tcp", "::1", tcp6_port, "6")]
-    assert [o.attributes for o in with_identifier(objects, f"udp/127.0.0.1/{udp4_port}")] == [
-        with_pid(held.pid, "udp", "127.0.0.1", udp4_port, "4")]
-    assert [o.attributes for o in with_identifier(objects, f"udp6/::1/{udp6_port}")] == [
-        with_pid(held.pid, "udp", "::1", udp6_port, "6")]
+    for identifier, attributes in detailed_objects(held).items():
+        assert [o.attributes for o in with_identifier(objects, identifier)] == [attributes], identifier
     keys = [order_key(o) for o in objects]
     assert keys == sorted(keys)

@@ -97,26 +97,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* input, size_t size) {
   tinyxml2::XMLElement* results = document.NewElement("HostMetaDataQueryResults");
   document.InsertEndChild(results);
   HmdResultShell shell = AddResultShell(document, results, "2", "fuzz");
+  // The walkers alone first, for what the objects must then show.
   std::vector<Connection4> c4;
   std::vector<Connection6> c6;
-  size_t rows = 0;
-  if (WalkTcpTables(tcp4, tcp6, (control & 1) != 0, RowOwner, c4, c6)) {
-    CheckOrder(c4);
-    CheckOrder(c6);
-    rows += c4.size() + c6.size();
-    ReportListenPorts("tcp", c4, c6, document, shell.hostMetaDatas, HexNameInfo);
-  }
+  WalkTcpTables(tcp4, tcp6, (control & 1) != 0, RowOwner, c4, c6);
+  CheckOrder(c4);
+  CheckOrder(c6);
+  size_t rows = c4.size() + c6.size();
   c4.clear();
   c6.clear();
-  if (WalkUdpTables(udp4, udp6, (control & 2) != 0, RowOwner, c4, c6)) {
-    // Every UDP row counts.
-    if (c4.size() != RowsInBlock(udp4, (control & 2) != 0 ? RowLayout::UdpRowOwnerModule : RowLayout::UdpRow) ||
-        c6.size() != RowsInBlock(udp6, RowLayout::Udp6RowOwnerModule)) {
-      std::abort();
-    }
-    rows += c4.size() + c6.size();
-    ReportListenPorts("udp", c4, c6, document, shell.hostMetaDatas, HexNameInfo);
+  WalkUdpTables(udp4, udp6, (control & 2) != 0, RowOwner, c4, c6);
+  // Every UDP row counts.
+  if (c4.size() != RowsInBlock(udp4, (control & 2) != 0 ? RowLayout::UdpRowOwnerModule : RowLayout::UdpRow) ||
+      c6.size() != RowsInBlock(udp6, RowLayout::Udp6RowOwnerModule)) {
+    std::abort();
   }
+  rows += c4.size() + c6.size();
+
+  ReportListenPortTables("tcp", tcp4, tcp6, (control & 1) != 0, RowOwner, document, shell.hostMetaDatas, HexNameInfo);
+  ReportListenPortTables("udp", udp4, udp6, (control & 2) != 0, RowOwner, document, shell.hostMetaDatas, HexNameInfo);
   ComputeHash(shell.result);
   size_t objects = 0;
   for (tinyxml2::XMLElement* o = shell.hostMetaDatas->FirstChildElement(); o; o = o->NextSiblingElement()) ++objects;

@@ -156,6 +156,36 @@ TEST_F(ListenPortObjects, ReportSortsEachListAndPutsIpv4First) {
                                   "tcp6/::1/2"}));
 }
 
+TEST_F(ListenPortObjects, TablesOfOneProtocolAreWalkedAndReported) {
+  using namespace rows;
+  TableBlock t4 = Block(RowLayout::TcpRowOwnerModule, {TcpOwner(2, kAny4, 445, 4, 9), TcpOwner(3, kAny4, 80, 5, 0)});
+  TableBlock t6 = Block(RowLayout::Tcp6RowOwnerModule, {Tcp6Owner(kAny6, 135, 0)});
+  OwnerLookup owner = [](RowLayout, const uint8_t*, ConnectionInfo& info) { info.process = "svc.exe"; };
+  ReportListenPortTables("tcp", t4, t6, true, owner, document, shell.hostMetaDatas, TestNameInfo);
+  TableBlock u4 = Block(RowLayout::UdpRow, {Udp(kLoopback4, 53)});
+  ReportListenPortTables("udp", u4, {}, false, owner, document, shell.hostMetaDatas, TestNameInfo);
+  EXPECT_EQ(Objects(), (Strings{
+      "<HostMetaData type=\"listenPort\" identifier=\"tcp/0.0.0.0/445\"><Attributes>"
+      "<Attribute name=\"processId\" value=\"4\"/><Attribute name=\"process\" value=\"svc.exe\"/>"
+      "<Attribute name=\"protocol\" value=\"tcp\"/><Attribute name=\"port\" value=\"445\"/>"
+      "<Attribute name=\"localAddress\" value=\"0.0.0.0\"/><Attribute name=\"ipVersion\" value=\"4\"/>"
+      "<Attribute name=\"created\" value=\"9\"/></Attributes></HostMetaData>",
+      "<HostMetaData type=\"listenPort\" identifier=\"tcp6/::/135\"><Attributes>"
+      "<Attribute name=\"process\" value=\"svc.exe\"/>"
+      "<Attribute name=\"protocol\" value=\"tcp\"/><Attribute name=\"port\" value=\"135\"/>"
+      "<Attribute name=\"localAddress\" value=\"::\"/><Attribute name=\"ipVersion\" value=\"6\"/>"
+      "</Attributes></HostMetaData>",
+      "<HostMetaData type=\"listenPort\" identifier=\"udp/127.0.0.1/53\"><Attributes>"
+      "<Attribute name=\"protocol\" value=\"udp\"/><Attribute name=\"port\" value=\"53\"/>"
+      "<Attribute name=\"localAddress\" value=\"127.0.0.1\"/><Attribute name=\"ipVersion\" value=\"4\"/>"
+      "</Attributes></HostMetaData>"}));
+}
+
+TEST_F(ListenPortObjects, NoTablesReportNothing) {
+  ReportListenPortTables("tcp", {}, {}, true, nullptr, document, shell.hostMetaDatas, TestNameInfo);
+  EXPECT_TRUE(Objects().empty());
+}
+
 TEST_F(ListenPortObjects, HashCoversTypeIdentifierAndAttributes) {
   Add4(V4(kAny4, 135), "tcp");
   ComputeHash(shell.result);

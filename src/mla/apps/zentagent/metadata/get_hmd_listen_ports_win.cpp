@@ -79,8 +79,6 @@ bool GetHmdListenPorts(tinyxml2::XMLDocument& document, tinyxml2::XMLElement* re
   const bool detailed = arg1 == "detailed" || arg2 == "detailed";
   HmdResultShell shell = AddResultShell(document, results, "2", id);
   const IpHelperEntries& ip = IpHelper();
-  std::vector<Connection4> connections4;
-  std::vector<Connection6> connections6;
   TableBlock table4, table6;
 
   // IPv6 tables always come with owners, so a short query still tells the
@@ -88,17 +86,13 @@ bool GetHmdListenPorts(tinyxml2::XMLDocument& document, tinyxml2::XMLElement* re
   bool extended = ZentCore::GetNetworkTables(table4, table6, TcpTable, ip.getExtendedTcpTable, "GetExtendedTcpTable",
                                              detailed ? TCP_TABLE_OWNER_MODULE_LISTENER : TCP_TABLE_BASIC_LISTENER,
                                              TCP_TABLE_OWNER_MODULE_LISTENER);
-  if (WalkTcpTables(table4, table6, extended && detailed, LookUpOwner, connections4, connections6)) {
-    ReportListenPorts("tcp", connections4, connections6, document, shell.hostMetaDatas, NumericNameInfo);
-  }
-  connections4.clear();
-  connections6.clear();
+  ReportListenPortTables("tcp", table4, table6, extended && detailed, LookUpOwner, document, shell.hostMetaDatas,
+                         NumericNameInfo);
 
   extended = ZentCore::GetNetworkTables(table4, table6, UdpTable, ip.getExtendedUdpTable, "GetExtendedUdpTable",
                                         detailed ? UDP_TABLE_OWNER_MODULE : UDP_TABLE_BASIC, UDP_TABLE_OWNER_MODULE);
-  if (WalkUdpTables(table4, table6, extended && detailed, LookUpOwner, connections4, connections6)) {
-    ReportListenPorts("udp", connections4, connections6, document, shell.hostMetaDatas, NumericNameInfo);
-  }
+  ReportListenPortTables("udp", table4, table6, extended && detailed, LookUpOwner, document, shell.hostMetaDatas,
+                         NumericNameInfo);
   ComputeHash(shell.result);
   return true;
 }

@@ -85,6 +85,18 @@ void ReportListenPorts(const char* protocol, std::vector<Connection4>& connectio
   }
 }
 
+void ReportListenPortTables(const char* protocol, const TableBlock& table4, const TableBlock& table6,
+                            bool ownerModuleRows, const OwnerLookup& ownerLookup, tinyxml2::XMLDocument& document,
+                            tinyxml2::XMLElement* hostMetaDatas, NameInfoFunction nameInfo) {
+  std::vector<Connection4> connections4;
+  std::vector<Connection6> connections6;
+  const bool tcp = std::strcmp(protocol, "tcp") == 0;
+  if (tcp ? WalkTcpTables(table4, table6, ownerModuleRows, ownerLookup, connections4, connections6)
+          : WalkUdpTables(table4, table6, ownerModuleRows, ownerLookup, connections4, connections6)) {
+    ReportListenPorts(protocol, connections4, connections6, document, hostMetaDatas, nameInfo);
+  }
+}
+
 void TakeOwnerModuleNames(const char16_t* moduleName, const char16_t* modulePath, ConnectionInfo& info) {
   info.process = LowByteText16(moduleName);
   info.path = LowByteText16(modulePath);

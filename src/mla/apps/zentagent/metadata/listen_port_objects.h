@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "metadata/connection.h"
+#include "metadata/listen_port_rows.h"
 
 // The address families as Windows numbers them: the sockaddr images below
 // are Windows' whatever the building host's own values.
@@ -43,6 +44,12 @@ void ConnectionToHmdqr(const uint8_t* sockaddr, int sockaddrLength, const char* 
 void ReportListenPorts(const char* protocol, std::vector<Connection4>& connections4,
                        std::vector<Connection6>& connections6, tinyxml2::XMLDocument& document,
                        tinyxml2::XMLElement* hostMetaDatas, NameInfoFunction nameInfo);
+
+// One protocol's tables ("tcp" or "udp") walked and, when either came,
+// reported. ownerModuleRows: the IPv4 block holds owner module rows.
+void ReportListenPortTables(const char* protocol, const TableBlock& table4, const TableBlock& table6,
+                            bool ownerModuleRows, const OwnerLookup& ownerLookup, tinyxml2::XMLDocument& document,
+                            tinyxml2::XMLElement* hostMetaDatas, NameInfoFunction nameInfo);
 
 // The owner's module name and path as the system gives them (UTF-16), kept
 // by the low byte of each unit: no code page is involved, so Łódź.exe
