@@ -16,8 +16,8 @@ class SockHolder:
     until close(); pid is its Windows process id, ports the bound port of
     each socket, in the order named."""
 
-    def __init__(self, *specs, reuse=False):
-        argv = [str(WINE_RUN), build_file("tests/tools/sockholder.exe")] + (["--reuse"] if reuse else []) + list(specs)
+    def __init__(self, *named, reuse=False):
+        argv = [str(WINE_RUN), build_file("tests/tools/sockholder.exe")] + (["--reuse"] if reuse else []) + list(named)
         self.process = subprocess.Popen(argv, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         stderr=subprocess.DEVNULL)
         lines = []

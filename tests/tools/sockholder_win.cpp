@@ -23,13 +23,13 @@
 
 namespace {
 
-bool Open(const std::string& spec, bool reuse, SOCKET& s, std::string& line) {
-  size_t kindEnd = spec.find(':');
-  size_t portStart = spec.rfind(':');
+bool Open(const std::string& named, bool reuse, SOCKET& s, std::string& line) {
+  size_t kindEnd = named.find(':');
+  size_t portStart = named.rfind(':');
   if (kindEnd == std::string::npos || portStart == kindEnd) return false;
-  std::string kind = spec.substr(0, kindEnd);
-  std::string address = spec.substr(kindEnd + 1, portStart - kindEnd - 1);
-  std::string port = spec.substr(portStart + 1);
+  std::string kind = named.substr(0, kindEnd);
+  std::string address = named.substr(kindEnd + 1, portStart - kindEnd - 1);
+  std::string port = named.substr(portStart + 1);
   bool tcp = kind == "tcp4" || kind == "tcp6";
   bool v6 = kind == "tcp6" || kind == "udp6";
   if (!tcp && kind != "udp4" && kind != "udp6") return false;
