@@ -5,6 +5,7 @@
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
 #include "metadata/get_hmd_services_win.h"
+#include "metadata/listen_ports_win.h"
 
 std::span<const HmdQueryFamily> HmdQueryFamilies() {
   // One row per family. A handler with fewer arguments is adapted here, e.g.
@@ -24,6 +25,10 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
       {"getServices", "GetHmdServices",
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string& a2, const std::string&) { return GetHmdServices(d, r, id, a1, a2); },
+       HmdSuccessLine::Plain},
+      {"getListenPorts", "GetHmdListenPorts",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string& a2, const std::string&) { return GetHmdListenPorts(d, r, id, a1, a2); },
        HmdSuccessLine::Plain},
   };
   return families;
