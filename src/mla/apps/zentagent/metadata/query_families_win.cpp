@@ -1,11 +1,13 @@
 #include "metadata/query_families.h"
 
+// Winsock's header has to come before windows.h, which the others bring.
+#include "metadata/listen_ports_win.h"
+
 #include <vector>
 
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
 #include "metadata/get_hmd_services_win.h"
-#include "metadata/listen_ports_win.h"
 
 std::span<const HmdQueryFamily> HmdQueryFamilies() {
   // One row per family. A handler with fewer arguments is adapted here, e.g.
