@@ -19,7 +19,7 @@ from driver_records import (ICMP, RECORD_NOT_LOGGED, SYN, TCP, UDP, KIND_GENERAT
                             ipv4, ipv6, record, tcp, udp)
 from event_pipeline import log_parameters_policy  # noqa: E402
 from winehost import unix_path  # noqa: E402
-from winehost import delete_key, end_session, read_ini, read_key  # noqa: E402
+from winehost import delete_key, end_session, read_ini, read_key, set_value  # noqa: E402
 from zent_server_stand_in import ZentServer, client_request  # noqa: E402
 
 import demo_host_queries as host_queries  # noqa: E402
@@ -239,12 +239,16 @@ def server_query(agent, server, log):
     print("    the debug log says:")
     log.show()
 
+    heading("Something changes on the host: a value added under the agent's registry key")
+    set_value(AGENT_KEY, "DemoNote", "asked twice")
+    print(f"    reg add {AGENT_KEY} /v DemoNote /d \"asked twice\"")
+
     heading("The same questions through the pipe: zentctl send get-metadata (command 106, TestMode)")
     reply, document = host_queries.pipe_query(agent, "demo-request-43")
     print(f"    zentctl exit status {reply.exit_code}; the agent's answer is in meta_response.xml, "
           f"{len(document)} bytes")
     print("    what the server would learn from the digests, against the first answer:")
-    host_queries.compare_digests(host_queries.digests(content), host_queries.digests(document))
+    host_queries.compare(content, document)
     log.wait_for(r"Process Command\(106\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=10)
     log.show(heartbeat_thread=False)
 

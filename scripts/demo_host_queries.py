@@ -58,16 +58,19 @@ def show_results(document):
             show_object(host_meta_data)
 
 
-def digests(document):
-    return {query_id: digest for query_id, _, digest, _ in results(document)}
-
-
-def compare_digests(first, second):
-    """What the server learns from the digests of two answers."""
-    for query_id in sorted(first):
-        same = first[query_id] == second.get(query_id)
-        print(f"      {QUERY_NAMES.get(query_id, query_id):24} "
-              f"{'same hash: nothing changed' if same else 'hash changed: the server reads the objects again'}")
+def compare(first, second):
+    """What the server learns from the digests of two answers: a result whose
+    hash is the same needs no further reading; one that changed is shown."""
+    before = {query_id: digest for query_id, _, digest, _ in results(first)}
+    for query_id, _, digest, objects in results(second):
+        name = QUERY_NAMES.get(query_id, query_id)
+        if before.get(query_id) == digest:
+            print(f"      {name:24} same hash: nothing changed")
+            continue
+        print(f"      {name:24} hash changed to {digest}: the server reads the objects again")
+        if len(objects) <= 5:
+            for host_meta_data in objects:
+                show_object(host_meta_data, indent="          ")
 
 
 def client_response_content(message):
