@@ -132,7 +132,7 @@ void CountLookups() {
     tinyxml2::XMLElement* results = document.NewElement("HostMetaDataQueryResults");
     document.InsertEndChild(results);
     GetHmdRunningProcesses(document, results, "1", table);
-    std::printf("query %d from empty caches: %d LookupAccountSidW calls\n", query, made);
+    std::printf("%s: %d LookupAccountSidW calls\n", query == 1 ? "first query, caches empty" : "second query", made);
   }
   bool oncePerSid = true;
   for (const auto& [sid, count] : calls) {
