@@ -7,6 +7,7 @@
 
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
+#include "metadata/get_hmd_running_processes.h"
 #include "metadata/get_hmd_services_win.h"
 
 std::span<const HmdQueryFamily> HmdQueryFamilies() {
@@ -31,6 +32,10 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
       {"getListenPorts", "GetHmdListenPorts",
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string& a2, const std::string&) { return GetHmdListenPorts(d, r, id, a1, a2); },
+       HmdSuccessLine::Plain},
+      {"getRunningProcesses", "GetHmdRunningProcesses",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string&,
+          const std::string&, const std::string&) { return GetHmdRunningProcesses(d, r, id); },
        HmdSuccessLine::Plain},
   };
   return families;
