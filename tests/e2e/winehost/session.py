@@ -46,6 +46,14 @@ def keep_session():
             time.sleep(0.05)
 
 
+def restart_session():
+    """Ends the kept session and waits until its wineserver has exited, so
+    that the next program starts a new session, whose services.exe reads the
+    registry afresh (it builds its services' environment once)."""
+    end_session()
+    _wineserver("-w")
+
+
 def end_session():
     """Lets the keeper go; the session ends when nothing else runs."""
     global _keeper

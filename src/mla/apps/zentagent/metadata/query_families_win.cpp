@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "metadata/get_hmd_environment.h"
+#include "metadata/get_hmd_installed_software.h"
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
 #include "metadata/get_hmd_running_processes.h"
@@ -32,6 +34,14 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
       {"getListenPorts", "GetHmdListenPorts",
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string& a2, const std::string&) { return GetHmdListenPorts(d, r, id, a1, a2); },
+       HmdSuccessLine::Plain},
+      {"getInstalledSoftware", "GetHmdInstalledSoftware",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string&,
+          const std::string&, const std::string&) { return GetHmdInstalledSoftware(d, r, id); },
+       HmdSuccessLine::Plain},
+      {"getEnvironment", "GetHmdEnvironment",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string&,
+          const std::string&, const std::string&) { return GetHmdEnvironment(d, r, id); },
        HmdSuccessLine::Plain},
       {"getRunningProcesses", "GetHmdRunningProcesses",
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string&,
