@@ -219,7 +219,19 @@ def server_deployment(agent, server, log):
     show_message(following, "the server received")
 
 
+def register_program():
+    """What the agent's installer leaves in the host's list of programs."""
+    heading("The agent registered in the host's list of installed programs, as its installer does")
+    values = {"DisplayName": "Halvane Zent Agent", "DisplayVersion": "1.4.2", "Publisher": "Halvane",
+              "InstallLocation": INSTALL_DIR, "InstallDate": "20261122", "EstimatedSize": 2048,
+              "UninstallString": INSTALL_DIR + r"\ZentAgent.exe -delete"}
+    for name, value in values.items():
+        set_value(host_queries.UNINSTALL_KEY, name, value)
+    print(f"    {host_queries.UNINSTALL_KEY}: " + ", ".join(f"{k} {v}" for k, v in values.items()))
+
+
 def server_query(agent, server, log):
+    register_program()
     heading("The server asks about the host: a ClientRequest with a GetHostMetaData command")
     reply = client_request(host_queries.QUERIES.format(request_id="demo-request-42"), client_uid="zent-demo")
     server.script_heartbeats(reply)
@@ -421,6 +433,7 @@ def main():
         summary(server)
     finally:
         agent.remove()
+        delete_key(host_queries.UNINSTALL_KEY, missing_ok=True)
         end_session()
         server.stop()
 

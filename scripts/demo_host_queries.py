@@ -5,11 +5,15 @@ import json
 import xml.etree.ElementTree as ElementTree
 
 # The server's questions: one registry value, one key, the services in
-# detail, the listening ports.
+# detail, the listening ports, the installed programs, the agent's
+# environment and the running processes.
 QUERIES = """<Message>
   <Request cmd="GetHostMetaData">
     <RequestID>{request_id}</RequestID>
     <HostMetaDataQueries>
+      <HostMetaDataQuery id="7" query="getRunningProcesses"/>
+      <HostMetaDataQuery id="6" query="getEnvironment"/>
+      <HostMetaDataQuery id="5" query="getInstalledSoftware"/>
       <HostMetaDataQuery id="4" query="getListenPorts"/>
       <HostMetaDataQuery id="3" query="getServices" arg1="detailed"/>
       <HostMetaDataQuery id="2" query="getRegistryKey" arg1="HKLM\\SOFTWARE\\Halvane\\ZentAgent"/>
@@ -18,9 +22,15 @@ QUERIES = """<Message>
   </Request>
 </Message>
 """
-QUERY_NAMES = {"1": "getRegistryValue", "2": "getRegistryKey", "3": "getServices detailed", "4": "getListenPorts"}
-# Of the host's services, the ones of this demo.
+QUERY_NAMES = {"1": "getRegistryValue", "2": "getRegistryKey", "3": "getServices detailed", "4": "getListenPorts",
+               "5": "getInstalledSoftware", "6": "getEnvironment", "7": "getRunningProcesses"}
+# Of the host's services and processes, the ones of this demo; of the
+# agent's environment, a few variables.
 OWN_SERVICES = ("ZentAgent", "mlfilter")
+OWN_PROCESSES = ("ZentAgent.exe", "mlfilter.exe")
+SOME_VARIABLES = ("SystemRoot", "ProgramData", "TEMP", "USERNAME")
+# Where an installer registers the agent for the host's list of programs.
+UNINSTALL_KEY = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\ZentAgent"
 
 
 def parse(document):
@@ -54,6 +64,12 @@ def show_results(document):
         if query_id == "3":
             shown = [o for o in objects if o.get("identifier") in OWN_SERVICES]
             print(f"      of the {len(objects)} services, the agent's and its driver's:")
+        elif query_id == "6":
+            shown = [o for o in objects if o.get("identifier") in SOME_VARIABLES]
+            print(f"      of the {len(objects)} variables, {', '.join(SOME_VARIABLES)}:")
+        elif query_id == "7":
+            shown = [o for o in objects if o.get("identifier").split("\\")[0] in OWN_PROCESSES]
+            print(f"      of the {len(objects)} processes, the agent's and its driver's:")
         for host_meta_data in shown:
             show_object(host_meta_data)
 
