@@ -1,13 +1,13 @@
 // The file tools against Wine's file system: utilTextFile, utilDir,
 // pathExists and the system's half of utilFileName.
 #include <windows.h>
-#include <shlobj.h>
 
 #include <gtest/gtest.h>
 
 #include <thread>
 
 #include "support/scratch_folder.h"
+#include "support/shell_link_win.h"
 #include "support/test_files.h"
 #include "util/captured_log.h"
 #include "util/dir_win.h"
@@ -34,23 +34,6 @@ Strings Listing(const std::string& directory) {
   return names;
 }
 
-// A shell link at linkPath to target, saved as the shell saves it.
-bool MakeLink(const std::string& linkPath, const std::string& target) {
-  IShellLinkW* link = nullptr;
-  if (FAILED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                              reinterpret_cast<void**>(&link)))) {
-    return false;
-  }
-  std::wstring wideTarget(target.begin(), target.end());
-  std::wstring wideLink(linkPath.begin(), linkPath.end());
-  IPersistFile* file = nullptr;
-  bool saved = SUCCEEDED(link->SetPath(wideTarget.c_str())) &&
-               SUCCEEDED(link->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(&file))) &&
-               SUCCEEDED(file->Save(wideLink.c_str(), TRUE));
-  if (file != nullptr) file->Release();
-  link->Release();
-  return saved;
-}
 
 class WithCom : public ::testing::Test {
  protected:
@@ -272,7 +255,7 @@ TEST_F(WithCom, LinkTargetIsRead) {
   std::string folder = ScratchFolder();
   std::string target = folder + "\\target.txt";
   WriteFile8(target, "t");
-  ASSERT_TRUE(MakeLink(folder + "\\to.lnk", target));
+  ASSERT_TRUE(MakeShellLink(folder + "\\to.lnk", target));
   utilFileName file;
   file.SetFromPath(folder + "\\to.lnk");
   std::string found;
@@ -284,7 +267,7 @@ TEST_F(WithCom, UpperCaseExtensionIsALink) {
   std::string folder = ScratchFolder();
   std::string target = folder + "\\target.txt";
   WriteFile8(target, "t");
-  ASSERT_TRUE(MakeLink(folder + "\\UP.LNK", target));
+  ASSERT_TRUE(MakeShellLink(folder + "\\UP.LNK", target));
   utilFileName file;
   file.SetFromPath(folder + "\\UP.LNK");
   std::string found;
@@ -295,7 +278,7 @@ TEST_F(WithCom, UpperCaseExtensionIsALink) {
 TEST_F(WithCom, LinkToItselfHasNoTarget) {
   std::string folder = ScratchFolder();
   std::string self = folder + "\\self.lnk";
-  ASSERT_TRUE(MakeLink(self, self));
+  ASSERT_TRUE(MakeShellLink(self, self));
   utilFileName file;
   file.SetFromPath(self);
   std::string found = "unchanged";
@@ -307,7 +290,7 @@ TEST_F(WithCom, OtherExtensionIsNoLink) {
   std::string folder = ScratchFolder();
   std::string target = folder + "\\target.txt";
   WriteFile8(target, "t");
-  ASSERT_TRUE(MakeLink(folder + "\\link.lnk", target));
+  ASSERT_TRUE(MakeShellLink(folder + "\\link.lnk", target));
   ASSERT_TRUE(CopyFileA((folder + "\\link.lnk").c_str(), (folder + "\\link.txt").c_str(), FALSE));
   utilFileName file;
   file.SetFromPath(folder + "\\link.txt");
@@ -319,7 +302,7 @@ TEST_F(WithCom, ThreadWithoutComFindsNoTarget) {
   std::string folder = ScratchFolder();
   std::string target = folder + "\\target.txt";
   WriteFile8(target, "t");
-  ASSERT_TRUE(MakeLink(folder + "\\to.lnk", target));
+  ASSERT_TRUE(MakeShellLink(folder + "\\to.lnk", target));
   bool found = true;
   std::thread([&] {
     utilFileName file;

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "metadata/get_hmd_directory_listing.h"
+#include "metadata/get_hmd_file_info.h"
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
 #include "metadata/get_hmd_services_win.h"
@@ -32,6 +34,14 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string& a2, const std::string&) { return GetHmdListenPorts(d, r, id, a1, a2); },
        HmdSuccessLine::Plain},
+      {"getFileInfo", "GetHmdFileInfo",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string&, const std::string&) { return GetHmdFileInfo(d, r, id, a1); },
+       HmdSuccessLine::File},
+      {"getDirectoryListing", "GetHmdDirectoryListing",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string&, const std::string&) { return GetHmdDirectoryListing(d, r, id, a1); },
+       HmdSuccessLine::File},
   };
   return families;
 }
