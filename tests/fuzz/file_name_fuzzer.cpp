@@ -46,7 +46,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Check(!HasAny(name, separators) && !HasAny(extension, separators));
   std::string filePart = hasExtension ? name + "." + extension : name;
   Check(path.size() >= filePart.size() && path.compare(path.size() - filePart.size(), filePart.size(), filePart) == 0);
-  Check(directory.empty() ? filePart.size() == path.size() : directory.size() + 1 + filePart.size() == path.size());
+  size_t lastSeparator = path.find_last_of(separators);
+  if (lastSeparator == std::string::npos) {
+    Check(directory.empty() && filePart == path);
+  } else {
+    Check(directory == path.substr(0, lastSeparator) && lastSeparator + 1 + filePart.size() == path.size());
+  }
   // A hidden name's dot is no extension.
   if (hasExtension) Check(!name.empty());
   return 0;
