@@ -203,6 +203,7 @@ def test_directory_backslash_alone_has_no_times(agent):
 
 @pytest.fixture(scope="module")
 def folders():
+    fresh_folder(LIST_DIR)
     names = fresh_folder(LIST_DIR + r"\names")
     for name in ("b.txt", "A.txt", "_x", "caf\u00e9.txt"):
         with open(os.path.join(names, name), "wb") as f:
