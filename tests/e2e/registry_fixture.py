@@ -60,14 +60,14 @@ def printed(value):
     return value
 
 
-def result(query_id, kind, identifier, attributes):
+def result(query_id, kind, identifier, attributes, command_version=b"1"):
     """One HostMetaDataQueryResult with one object, at its depth in the
     response; attributes is a list of (name, value), all bytes."""
     parts = [kind, identifier]
     for name, value in attributes:
         parts += [name, value]
-    lines = [b'            <HostMetaDataQueryResult commandVersion="1" id="' + query_id + b'" hashAlg="SHA1" hash="'
-             + digest(*parts).encode() + b'">',
+    lines = [b'            <HostMetaDataQueryResult commandVersion="' + command_version + b'" id="' + query_id
+             + b'" hashAlg="SHA1" hash="' + digest(*parts).encode() + b'">',
              b"                <HostMetaDatas>",
              b'                    <HostMetaData type="' + kind + b'" identifier="' + printed(identifier) + b'">']
     if attributes:

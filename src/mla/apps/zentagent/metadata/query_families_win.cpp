@@ -5,7 +5,9 @@
 
 #include <vector>
 
+#include "metadata/get_hmd_directory_listing.h"
 #include "metadata/get_hmd_environment.h"
+#include "metadata/get_hmd_file_info.h"
 #include "metadata/get_hmd_installed_software.h"
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
@@ -47,6 +49,14 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string&,
           const std::string&, const std::string&) { return GetHmdRunningProcesses(d, r, id); },
        HmdSuccessLine::Plain},
+      {"getFileInfo", "GetHmdFileInfo",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string&, const std::string&) { return GetHmdFileInfo(d, r, id, a1); },
+       HmdSuccessLine::File},
+      {"getDirectoryListing", "GetHmdDirectoryListing",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string&, const std::string&) { return GetHmdDirectoryListing(d, r, id, a1); },
+       HmdSuccessLine::File},
   };
   return families;
 }
