@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "metadata/file_contents.h"
 #include "metadata/get_hmd_registry_key.h"
 #include "metadata/get_hmd_registry_value.h"
 #include "metadata/get_hmd_services_win.h"
@@ -31,6 +32,10 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
       {"getListenPorts", "GetHmdListenPorts",
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string& a2, const std::string&) { return GetHmdListenPorts(d, r, id, a1, a2); },
+       HmdSuccessLine::Plain},
+      {"getFileContents", "GetHmdFileContents",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string& a2, const std::string& a3) { return GetHmdFileContents(d, r, id, a1, a2, a3); },
        HmdSuccessLine::Plain},
   };
   return families;
