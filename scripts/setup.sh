@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what the build needs from Debian's packages, then cross-builds the
-# three libraries the agent links and GoogleTest for x86_64-w64-mingw32 from
+# four libraries the agent links and GoogleTest for x86_64-w64-mingw32 from
 # Debian's source packages into a cache outside the checkout, keyed by version.
 set -euo pipefail
 shopt -s inherit_errexit
@@ -16,6 +16,7 @@ packages=(
   wine wine64
   libtinyxml2-dev rapidjson-dev libssl-dev libgtest-dev
   clang python3 python3-pytest osslsigncode openssl ccache
+  libre2-dev ripgrep unicode-data python3-six
 )
 
 sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
@@ -97,6 +98,19 @@ cmake_cross() {
 
 compile_tinyxml2() { cmake_cross "$1" "$1/../build" "$2" -Dtinyxml2_BUILD_TESTING=OFF; }
 compile_googletest() { cmake_cross "$1" "$1/../build" "$2" -Dgtest_force_shared_crt=OFF; }
+# Debian's source of RE2 leaves out its generated tables; they are made again
+# from the machine's Unicode data, as Debian's own build does. The sources
+# stay beside the library: the fuzz tree compiles them again, instrumented
+# like the core.
+compile_re2() {
+  (cd "$1" &&
+     perl re2/make_perl_groups.pl >re2/perl_groups.cc &&
+     python3 re2/make_unicode_casefold.py >re2/unicode_casefold.cc &&
+     python3 re2/make_unicode_groups.py >re2/unicode_groups.cc)
+  rm -rf "$2.source.tmp" && cp -r "$1" "$2.source.tmp"
+  cmake_cross "$1" "$1/../build" "$2" -DRE2_BUILD_TESTING=OFF
+  rm -rf "$2/source" && mv "$2.source.tmp" "$2/source"
+}
 compile_openssl() {
   (cd "$1" &&
      ./Configure mingw64 no-shared no-tests no-module \
@@ -148,15 +162,17 @@ main() {
   install_packages
   select_posix_threads
   mkdir -p "$cache/mingw"
-  local tx gt ossl rj
+  local tx gt ossl rj re
   tx=$(cross_build tinyxml2 libtinyxml2-dev)
   gt=$(cross_build googletest libgtest-dev)
   ossl=$(cross_build openssl libssl-dev)
   rj=$(rapidjson_headers)
+  re=$(cross_build re2 libre2-dev)
   # The build reads where the cross-built libraries are from this file.
   mkdir -p "$here/build"
   cat >"$here/build/deps.cmake.new" <<EOT
-set(ZENT_MINGW_PREFIXES "$tx;$gt;$ossl;$rj")
+set(ZENT_MINGW_PREFIXES "$tx;$gt;$ossl;$rj;$re")
+set(ZENT_RE2_SOURCE "$re/source")
 EOT
   if ! cmp -s "$here/build/deps.cmake.new" "$here/build/deps.cmake"; then
     mv "$here/build/deps.cmake.new" "$here/build/deps.cmake"

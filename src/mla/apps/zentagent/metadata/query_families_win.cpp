@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "metadata/file_contents.h"
 #include "metadata/get_hmd_directory_listing.h"
 #include "metadata/get_hmd_environment.h"
 #include "metadata/get_hmd_file_info.h"
@@ -57,6 +58,10 @@ std::span<const HmdQueryFamily> HmdQueryFamilies() {
        [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
           const std::string&, const std::string&) { return GetHmdDirectoryListing(d, r, id, a1); },
        HmdSuccessLine::File},
+      {"getFileContents", "GetHmdFileContents",
+       [](tinyxml2::XMLDocument& d, tinyxml2::XMLElement* r, const std::string& id, const std::string& a1,
+          const std::string& a2, const std::string& a3) { return GetHmdFileContents(d, r, id, a1, a2, a3); },
+       HmdSuccessLine::Plain},
   };
   return families;
 }
