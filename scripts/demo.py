@@ -233,7 +233,7 @@ def register_program():
 def server_query(agent, server, log):
     register_program()
     heading("The server asks about the host: a ClientRequest with a GetHostMetaData command")
-    reply = client_request(host_queries.QUERIES.format(request_id="demo-request-42"), client_uid="zent-demo")
+    reply = client_request(host_queries.queries("demo-request-42", INSTALL_DIR), client_uid="zent-demo")
     server.script_heartbeats(reply)
     print("    scripted as the answer to the next heartbeat;")
     show_reply(reply)
@@ -256,11 +256,13 @@ def server_query(agent, server, log):
     print(f"    reg add {AGENT_KEY} /v DemoNote /d \"asked twice\"")
 
     heading("The same questions through the pipe: zentctl send get-metadata (command 106, TestMode)")
-    reply, document = host_queries.pipe_query(agent, "demo-request-43")
+    reply, document = host_queries.pipe_query(agent, "demo-request-43", INSTALL_DIR)
     print(f"    zentctl exit status {reply.exit_code}; the agent's answer is in meta_response.xml, "
           f"{len(document)} bytes")
     print("    what the server would learn from the digests, against the first answer:")
     host_queries.compare(content, document)
+    print("    (besides the registry value, the processes now include the zentctl of this question, and the")
+    print("    agent's folder holds the request file command 106 wrote)")
     log.wait_for(r"Process Command\(106\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=10)
     log.show(heartbeat_thread=False)
 

@@ -6,11 +6,15 @@ import xml.etree.ElementTree as ElementTree
 
 # The server's questions: one registry value, one key, the services in
 # detail, the listening ports, the installed programs, the agent's
-# environment and the running processes.
+# environment and the running processes; the agent's executable, its folder,
+# and the policy lines of its settings file.
 QUERIES = """<Message>
   <Request cmd="GetHostMetaData">
     <RequestID>{request_id}</RequestID>
     <HostMetaDataQueries>
+      <HostMetaDataQuery id="10" query="getFileContents" arg1="{install_dir}\\config\\zent_agent.ini" arg2="Policy"/>
+      <HostMetaDataQuery id="9" query="getDirectoryListing" arg1="{install_dir}"/>
+      <HostMetaDataQuery id="8" query="getFileInfo" arg1="{install_dir}\\ZentAgent.exe"/>
       <HostMetaDataQuery id="7" query="getRunningProcesses"/>
       <HostMetaDataQuery id="6" query="getEnvironment"/>
       <HostMetaDataQuery id="5" query="getInstalledSoftware"/>
@@ -23,7 +27,8 @@ QUERIES = """<Message>
 </Message>
 """
 QUERY_NAMES = {"1": "getRegistryValue", "2": "getRegistryKey", "3": "getServices detailed", "4": "getListenPorts",
-               "5": "getInstalledSoftware", "6": "getEnvironment", "7": "getRunningProcesses"}
+               "5": "getInstalledSoftware", "6": "getEnvironment", "7": "getRunningProcesses",
+               "8": "getFileInfo", "9": "getDirectoryListing", "10": "getFileContents"}
 # Of the host's services and processes, the ones of this demo; of the
 # agent's environment, a few variables.
 OWN_SERVICES = ("ZentAgent", "mlfilter")
@@ -31,6 +36,11 @@ OWN_PROCESSES = ("ZentAgent.exe", "mlfilter.exe")
 SOME_VARIABLES = ("SystemRoot", "ProgramData", "TEMP", "USERNAME")
 # Where an installer registers the agent for the host's list of programs.
 UNINSTALL_KEY = r"HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\ZentAgent"
+
+
+def queries(request_id, install_dir):
+    """The request document the server sends."""
+    return QUERIES.format(request_id=request_id, install_dir=install_dir)
 
 
 def parse(document):
@@ -94,13 +104,9 @@ def client_response_content(message):
     return message.response_content()
 
 
-def pipe_query(agent, request_id):
+def pipe_query(agent, request_id, install_dir):
     """The same questions through pipe command 106 (TestMode): the answer is
     left in meta_response.xml in the agent's folder."""
-    reply = agent.send("get-metadata", "--request-id", "106", data=QUERIES.format(request_id=request_id).encode())
+    reply = agent.send("get-metadata", "--request-id", "106", data=queries(request_id, install_dir).encode())
     with open(agent.path("meta_response.xml"), "rb") as f:
         return reply, f.read()
-
-
-def request_json(request_id):
-    return json.dumps(QUERIES.format(request_id=request_id))
