@@ -1,8 +1,6 @@
 #include "util/utf16_text.h"
 
-namespace {
-
-void AppendCodePoint(std::string& out, char32_t c) {
+void AppendUtf8(std::string& out, char32_t c) {
   if (c < 0x80) {
     out += static_cast<char>(c);
   } else if (c < 0x800) {
@@ -20,6 +18,8 @@ void AppendCodePoint(std::string& out, char32_t c) {
   }
 }
 
+namespace {
+
 bool IsHighSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDBFF; }
 bool IsLowSurrogate(char16_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
 
@@ -32,12 +32,12 @@ std::string Utf16ToUtf8(const char16_t* units, size_t count) {
     char16_t u = units[i];
     if (IsHighSurrogate(u) && i + 1 < count && IsLowSurrogate(units[i + 1])) {
       char32_t c = 0x10000 + ((static_cast<char32_t>(u - 0xD800) << 10) | (units[i + 1] - 0xDC00));
-      AppendCodePoint(out, c);
+      AppendUtf8(out, c);
       ++i;
     } else if (IsHighSurrogate(u) || IsLowSurrogate(u)) {
-      AppendCodePoint(out, 0xFFFD);
+      AppendUtf8(out, 0xFFFD);
     } else {
-      AppendCodePoint(out, u);
+      AppendUtf8(out, u);
     }
   }
   return out;

@@ -9,3 +9,7 @@
 // byte, so a text of several zero-ended segments keeps its zeros. A surrogate
 // without its partner becomes U+FFFD (bytes EF BF BD); nothing throws.
 std::string Utf16ToUtf8(const char16_t* units, size_t count);
+
+// Appends the UTF-8 bytes of one code point, whatever it is (a lone
+// surrogate too: the caller decides what it hands over).
+void AppendUtf8(std::string& out, char32_t c);
