@@ -38,6 +38,7 @@ class SimScope {
   SimScope& operator=(const SimScope&) = delete;
 
   StandInKey Key(const std::wstring& standIn) const { return StandInKey(name_ + L"\\" + standIn); }
+  const std::wstring& Name() const { return name_; }
 
  private:
   std::wstring name_;

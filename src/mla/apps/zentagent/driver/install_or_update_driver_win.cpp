@@ -22,29 +22,29 @@ void WriteConfigBinary() {
   const std::string valueName = "ConfigBinary";
   utilRegKey key(keyName);
   if (!key.KeyExists()) {
-    ZENT_LOG(1, L"cannot find registry %S\n", keyName.c_str());
+    ZENT_LOG_AS("InstallOrUpdateDriver", 1, L"cannot find registry %S\n", keyName.c_str());
     return;
   }
   if (!key.Open(1)) {
-    ZENT_LOG(1, L"cannot open registry %S\n", keyName.c_str());
+    ZENT_LOG_AS("InstallOrUpdateDriver", 1, L"cannot open registry %S\n", keyName.c_str());
     return;
   }
   std::wstring rbfPath = WorkingDirectoryFile(kConfigBinName);
   if (!key.SetValue(valueName, wideToUtf8(rbfPath.c_str()))) {
-    ZENT_LOG(1, L"cannot set value(%S) under key(%S)\n", valueName.c_str(), keyName.c_str());
+    ZENT_LOG_AS("InstallOrUpdateDriver", 1, L"cannot set value(%S) under key(%S)\n", valueName.c_str(), keyName.c_str());
   }
 }
 
 // Removes the driver in place before the package's is installed; false when
 // the install must not go on.
 bool RemoveDriverInPlace() {
-  ZENT_LOG(2, L"uninstall driver in folder\n");
+  ZENT_LOG_AS("InstallOrUpdateDriver", 2, L"uninstall driver in folder\n");
   HRESULT result = ndis_uninstall_driver();
   if (UninstallFailureIsFatal(result, s_Settings.driverRunning)) {
-    ZENT_LOG(1, L"uninstall driver fails\n");
+    ZENT_LOG_AS("InstallOrUpdateDriver", 1, L"uninstall driver fails\n");
     return false;
   }
-  if (result < 0) ZENT_LOG(1, L"driver is not running, cannot uninstall it\n");
+  if (result < 0) ZENT_LOG_AS("InstallOrUpdateDriver", 1, L"driver is not running, cannot uninstall it\n");
   return true;
 }
 

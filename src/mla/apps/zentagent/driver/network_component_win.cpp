@@ -14,15 +14,15 @@ HRESULT CopyDriverToWindows(const std::wstring& driverDirectory, std::wstring& t
   wchar_t windows[MAX_PATH] = {};
   if (GetWindowsDirectoryW(windows, MAX_PATH) == 0) {
     DWORD error = GetLastError();
-    ZENT_LOG(1, L"GetWindowsDirectoryW failed, err=%d\n", error);
+    ZENT_LOG_AS("ndis_install_driver", 1, L"GetWindowsDirectoryW failed, err=%d\n", error);
     return HresultFromWin32(error);
   }
   std::wstring source = driverDirectory + L"\\mlfilter.sys";
   target = std::wstring(windows) + L"\\mlfilter.sys";
-  ZENT_LOG(4, L"Copying '%s' to '%s'\n", source.c_str(), target.c_str());
+  ZENT_LOG_AS("ndis_install_driver", 4, L"Copying '%s' to '%s'\n", source.c_str(), target.c_str());
   if (!CopyFileW(source.c_str(), target.c_str(), FALSE)) {
     DWORD error = GetLastError();
-    ZENT_LOG(1, L"CopyFileW failed, err=%d\n", error);
+    ZENT_LOG_AS("ndis_install_driver", 1, L"CopyFileW failed, err=%d\n", error);
     return HresultFromWin32(error);
   }
   return S_OK;
@@ -33,29 +33,29 @@ HRESULT InstallFromInfs(const std::wstring& driverDirectory) {
   HRESULT last = E_FAIL;
   for (size_t i = 0; i < kInfNamesSearched; ++i) {
     std::wstring infPath = driverDirectory + L"\\" + kInfNames[i];
-    ZENT_LOG(5, L"checking inf path %s\n", infPath.c_str());
+    ZENT_LOG_AS("ndis_install_driver", 5, L"checking inf path %s\n", infPath.c_str());
     if (!IsRegularFile(infPath)) continue;
-    ZENT_LOG(2, L"installing driver, inf found: %s\n", infPath.c_str());
+    ZENT_LOG_AS("ndis_install_driver", 2, L"installing driver, inf found: %s\n", infPath.c_str());
     last = InstallSpecifiedComponent(infPath);
     switch (JudgeInfAttempt(last)) {
       case InfAttempt::Installed:
-        ZENT_LOG(2, L"driver installed.\n");
+        ZENT_LOG_AS("ndis_install_driver", 2, L"driver installed.\n");
         return last;
       case InfAttempt::InstalledReboot:
-        ZENT_LOG(1, L"driver installed successfully: Reboot required.\n");
+        ZENT_LOG_AS("ndis_install_driver", 1, L"driver installed successfully: Reboot required.\n");
         return last;
       case InfAttempt::NeedReboot:
-        ZENT_LOG(1, L"A system reboot is required before the component can be installed.\n");
+        ZENT_LOG_AS("ndis_install_driver", 1, L"A system reboot is required before the component can be installed.\n");
         return last;
       case InfAttempt::FilterLimit:
-        ZENT_LOG(1, L"the number of network filer driver meet limit.\n");
+        ZENT_LOG_AS("ndis_install_driver", 1, L"the number of network filer driver meet limit.\n");
         return last;
       case InfAttempt::TryNext:
-        ZENT_LOG(1, L"InstallSpecifiedComponent failed. error=0x%08lx, %s\n", last, SystemErrorText(last).c_str());
+        ZENT_LOG_AS("ndis_install_driver", 1, L"InstallSpecifiedComponent failed. error=0x%08lx, %s\n", last, SystemErrorText(last).c_str());
         break;
     }
   }
-  ZENT_LOG(1, L"Cannot find INF file or all INF file failed.\n");
+  ZENT_LOG_AS("ndis_install_driver", 1, L"Cannot find INF file or all INF file failed.\n");
   return last;
 }
 

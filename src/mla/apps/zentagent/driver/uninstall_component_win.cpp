@@ -16,30 +16,30 @@ HRESULT RemoveComponent(INetCfg* netCfg) {
   HRESULT result = netCfg->FindComponent(kDriverComponentId, &component);
   if (result != S_OK) {
     // S_FALSE, no such component, comes back as the result too.
-    ZENT_LOG(1, L"Couldn't get an interface pointer to %s. error=0x%08lx, %s\n", kDriverComponentId, result,
+    ZENT_LOG_AS("UninstallComponent", 1, L"Couldn't get an interface pointer to %s. error=0x%08lx, %s\n", kDriverComponentId, result,
              SystemErrorText(result).c_str());
   } else if ((result = component->GetClassGuid(&classGuid)) != S_OK) {
-    ZENT_LOG(1, L"Couldn't get the class guid of %s. error=0x%08lx, %s\n", kDriverComponentId, result,
+    ZENT_LOG_AS("UninstallComponent", 1, L"Couldn't get the class guid of %s. error=0x%08lx, %s\n", kDriverComponentId, result,
              SystemErrorText(result).c_str());
   } else if ((result = netCfg->QueryNetCfgClass(&classGuid, IID_INetCfgClass,
                                                 reinterpret_cast<void**>(&componentClass))) != S_OK) {
-    ZENT_LOG(1, L"Couldn't get a pointer to class interface of %s. error=0x%08lx, %s\n", kDriverComponentId, result,
+    ZENT_LOG_AS("UninstallComponent", 1, L"Couldn't get a pointer to class interface of %s. error=0x%08lx, %s\n", kDriverComponentId, result,
              SystemErrorText(result).c_str());
   } else if ((result = componentClass->QueryInterface(IID_INetCfgClassSetup, reinterpret_cast<void**>(&classSetup))) !=
              S_OK) {
-    ZENT_LOG(1, L"Couldn't get an interface to setup class. error=0x%08lx, %s\n", result,
+    ZENT_LOG_AS("UninstallComponent", 1, L"Couldn't get an interface to setup class. error=0x%08lx, %s\n", result,
              SystemErrorText(result).c_str());
   } else {
     OBO_TOKEN obo = {};
     obo.Type = OBO_USER;
     result = classSetup->DeInstall(component, &obo, nullptr);
     if (result != S_OK && result != kNetcfgSReboot) {
-      ZENT_LOG(1, L"Failed to uninstall %s. error=0x%08lx, %s\n", kDriverComponentId, result,
+      ZENT_LOG_AS("UninstallComponent", 1, L"Failed to uninstall %s. error=0x%08lx, %s\n", kDriverComponentId, result,
                SystemErrorText(result).c_str());
     } else {
       result = netCfg->Apply();
       if (result != S_OK && result != kNetcfgSReboot) {
-        ZENT_LOG(1, L"Couldn't apply the changes after uninstalling %s. error=0x%08lx, %s\n", kDriverComponentId,
+        ZENT_LOG_AS("UninstallComponent", 1, L"Couldn't apply the changes after uninstalling %s. error=0x%08lx, %s\n", kDriverComponentId,
                  result, SystemErrorText(result).c_str());
       }
     }
