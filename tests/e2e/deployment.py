@@ -3,12 +3,11 @@ runs "ZentAgent.exe -install" or "-delete": the agent's files and its ini,
 the suite's key, no services. Runs the deployment commands through the patch
 agent's stand-in and reads what they wrote to zent_install.log."""
 import os
-import subprocess
 import threading
 
 from agent_host import AGENT_FILES, INSTALL_DIR, LINE, SERVICE, AgentHost
 from winehost import build_file, delete_key, run, set_value
-from winehost.paths import WINE_RUN
+from winehost.holder import Holder
 
 # The patch agent, signed as the suite's publisher, as another one, unsigned.
 PATCH_AGENTS = {
@@ -90,21 +89,15 @@ def set_windows_version(version):
     set_value(APP_DEFAULTS, "Version", version)
 
 
-class HeldMutex:
+class HeldMutex(Holder):
     """hold_mutex.exe owning the deployment mutex until release(), which ends
     it without releasing the mutex: the mutex is then abandoned."""
 
     def __init__(self, name=MUTEX):
-        self.process = subprocess.Popen([str(WINE_RUN), build_file("tests/tools/hold_mutex.exe"), name],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        said = self.process.stdout.readline()
-        if said not in (b"held\r\n", b"held\n"):
-            self.release()
-            raise AssertionError(f"hold_mutex: {said!r}")
+        super().__init__("tests/tools/hold_mutex.exe", name)
 
     def release(self):
-        self.process.stdin.close()
-        self.process.wait(timeout=30)
+        self.close()
 
 
 def thread_ids(text, function):

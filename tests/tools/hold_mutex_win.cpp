@@ -8,6 +8,8 @@
 
 #include <cstdio>
 
+#include "held_until_input_ends_win.h"
+
 int wmain(int argc, wchar_t** argv) {
   if (argc != 2) {
     std::fputs("usage: hold_mutex NAME\n", stderr);
@@ -18,12 +20,6 @@ int wmain(int argc, wchar_t** argv) {
     std::printf("error %lu\n", GetLastError());
     return 1;
   }
-  std::puts("held");
-  std::fflush(stdout);
-  char buffer[64];
-  DWORD got = 0;
-  HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  while (ReadFile(input, buffer, sizeof buffer, &got, nullptr) && got > 0) {
-  }
+  SayHeldUntilInputEnds();
   return 0;
 }
