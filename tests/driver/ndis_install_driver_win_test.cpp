@@ -21,8 +21,10 @@ const std::string kNetService = "{4D36E974-E325-11CE-BFC1-08002BE10318}";
 // the class released, then HrInstallComponent's and the caller's Apply.
 std::vector<std::string> InstallJournal(const std::string& installResult = "0x00000000") {
   std::vector<std::string> lines = {"QueryNetCfgClass(" + kNetService + ", INetCfgClassSetup) = 0x00000000",
-                                    "Install(mlfilter, OBO_USER, 0, 0, null, null) = " + installResult,
-                                    "Freed INetCfgComponent", "Freed INetCfgClassSetup"};
+                                    "Install(mlfilter, OBO_USER, 0, 0, null, null) = " + installResult};
+  // A failed Install hands out no component.
+  if (installResult[2] != '8') lines.push_back("Freed INetCfgComponent");
+  lines.push_back("Freed INetCfgClassSetup");
   return lines;
 }
 
@@ -145,6 +147,7 @@ TEST_F(NdisInstallDriverTest, LockHeldElsewhereFailsEachInfAndIsReturned) {
   EXPECT_EQ(Lines(), (std::vector<std::string>{Checking(L"netmlfilter.inf"), Found(L"netmlfilter.inf"), held,
                                                Failed(kNoWriteLock), Checking(L"netmlfilterm.inf"),
                                                Found(L"netmlfilterm.inf"), held, Failed(kNoWriteLock),
+                                               Checking(L"netmlfilterp.inf"),
                                                "ndis_install_driver: Cannot find INF file or all INF file failed."}));
   std::vector<std::string> refused = {"CreateInstance(INetCfg) = 0x00000000", "QueryInterface(INetCfgLock) = 0x00000000",
                                       "AcquireWriteLock(5000, ZentAgent, out) = 0x00000001", "Freed INetCfgLock",
@@ -194,7 +197,8 @@ TEST_F(NdisInstallDriverTest, CancelledInstallIsNotLoggedAsFailureOfTheComponent
   EXPECT_EQ(Lines(), (std::vector<std::string>{
                          Checking(L"netmlfilter.inf"), Found(L"netmlfilter.inf"),
                          "HrInstallComponent: pncClassSetup->Install fails. error=0x800704c7, " + SystemText(kCancelled),
-                         Failed(kCancelled), "ndis_install_driver: Cannot find INF file or all INF file failed."}));
+                         Failed(kCancelled), Checking(L"netmlfilterm.inf"), Checking(L"netmlfilterp.inf"),
+                         "ndis_install_driver: Cannot find INF file or all INF file failed."}));
 }
 
 TEST_F(NdisInstallDriverTest, FailedApplyOfTheInstallIsTheComponentsFailure) {
@@ -203,7 +207,8 @@ TEST_F(NdisInstallDriverTest, FailedApplyOfTheInstallIsTheComponentsFailure) {
   EXPECT_EQ(ndis_install_driver(driverDirectory, false), E_FAIL);
   EXPECT_EQ(Lines(), (std::vector<std::string>{Checking(L"netmlfilter.inf"), Found(L"netmlfilter.inf"),
                                                NotInstalled(E_FAIL), Failed(E_FAIL),
-                                               "ndis_install_driver: Cannot find INF file or all INF file failed."}));
+                                               Checking(L"netmlfilterm.inf"), Checking(L"netmlfilterp.inf"),
+                         "ndis_install_driver: Cannot find INF file or all INF file failed."}));
   EXPECT_EQ(netcfg.Dword(L"ApplyCalls"), 1u);
 }
 
@@ -212,7 +217,8 @@ TEST_F(NdisInstallDriverTest, FailedSecondApplyIsTakenAsItStands) {
   netcfg.Set(L"Apply", std::wstring(L"0, 0x80004005"));
   EXPECT_EQ(ndis_install_driver(driverDirectory, false), E_FAIL);
   EXPECT_EQ(Lines(), (std::vector<std::string>{Checking(L"netmlfilter.inf"), Found(L"netmlfilter.inf"), Failed(E_FAIL),
-                                               "ndis_install_driver: Cannot find INF file or all INF file failed."}));
+                                               Checking(L"netmlfilterm.inf"), Checking(L"netmlfilterp.inf"),
+                         "ndis_install_driver: Cannot find INF file or all INF file failed."}));
   EXPECT_EQ(netcfg.Dword(L"ApplyCalls"), 2u);
 }
 
@@ -224,6 +230,7 @@ TEST_F(NdisInstallDriverTest, ClassQueryFailureIsLogged) {
                          Checking(L"netmlfilter.inf"), Found(L"netmlfilter.inf"),
                          "HrInstallComponent: pnc->QueryNetCfgClass fails. error=0x80004001, " + SystemText(E_NOTIMPL),
                          NotInstalled(E_NOTIMPL), Failed(E_NOTIMPL),
+                         Checking(L"netmlfilterm.inf"), Checking(L"netmlfilterp.inf"),
                          "ndis_install_driver: Cannot find INF file or all INF file failed."}));
   EXPECT_EQ(netcfg.Dword(L"InstallCalls"), std::nullopt);
   ExpectNothingLeftHeld();
@@ -237,7 +244,8 @@ TEST_F(NdisInstallDriverTest, ConfigurationThatCannotBeCreatedIsLogged) {
                          Checking(L"netmlfilter.inf"), Found(L"netmlfilter.inf"),
                          "InstallSpecifiedComponent: Couldn't the get notify object interface. error=0x80004005, " +
                              SystemText(E_FAIL),
-                         Failed(E_FAIL), "ndis_install_driver: Cannot find INF file or all INF file failed."}));
+                         Failed(E_FAIL), Checking(L"netmlfilterm.inf"), Checking(L"netmlfilterp.inf"),
+                         "ndis_install_driver: Cannot find INF file or all INF file failed."}));
 }
 
 TEST_F(NdisInstallDriverTest, FailedInitializeGivesTheLockBack) {

@@ -2,6 +2,8 @@
 // component removed step by step, and the installed driver file after it.
 #include "driver/network_component_win.h"
 
+#include <netcfgx.h>
+
 #include "driver_test_support_win.h"
 
 namespace drivertest {
@@ -141,6 +143,74 @@ TEST_F(NdisUninstallDriverTest, NoDriverFileIsNoFailure) {
   ASSERT_TRUE(DeleteFileW(InstalledDriverFile().c_str()));
   EXPECT_EQ(ndis_uninstall_driver(), S_OK);
   EXPECT_EQ(Lines(), std::vector<std::string>{"ndis_uninstall_driver: driver uninstalled."});
+}
+
+}  // namespace
+}  // namespace drivertest
+
+namespace drivertest {
+namespace {
+
+// The stand-in unregistered: Wine's own class is back, and neither the
+// install nor the removal gets through it. The registration is given back
+// whatever the checks find.
+class NetCfgUnregisteredTest : public DriverTest {
+ protected:
+  void SetUp() override {
+    DriverTest::SetUp();
+    ASSERT_EQ(RegisterNetCfg(true), 0u);
+  }
+  void TearDown() override {
+    EXPECT_EQ(RegisterNetCfg(), 0u);
+    DriverTest::TearDown();
+  }
+};
+
+TEST_F(NetCfgUnregisteredTest, WinesOwnClassLeavesTheComponentAlone) {
+  // Wine 8.0's class gives E_NOTIMPL from QueryNetCfgClass and FindComponent.
+  MakePackage(L"current", {L"netmlfilter.inf"});
+  EXPECT_EQ(ndis_install_driver(driverDirectory, false), E_NOTIMPL);
+  EXPECT_EQ(ndis_uninstall_driver(), E_NOTIMPL);
+  std::string inf = Dir() + "\\netmlfilter.inf";
+  std::string notImplemented = "error=0x80004001, " + SystemText(E_NOTIMPL);
+  EXPECT_EQ(Lines(), (std::vector<std::string>{
+                         "ndis_install_driver: checking inf path " + inf,
+                         "ndis_install_driver: installing driver, inf found: " + inf,
+                         "HrInstallComponent: pnc->QueryNetCfgClass fails. " + notImplemented,
+                         "InstallSpecifiedComponent: Couldn't install the network component. " + notImplemented,
+                         "ndis_install_driver: InstallSpecifiedComponent failed. " + notImplemented,
+                         "ndis_install_driver: checking inf path " + Dir() + "\\netmlfilterm.inf",
+                         "ndis_install_driver: checking inf path " + Dir() + "\\netmlfilterp.inf",
+                         "ndis_install_driver: Cannot find INF file or all INF file failed.",
+                         "UninstallComponent: Couldn't get an interface pointer to mlfilter. " + notImplemented,
+                         "ndis_uninstall_driver: UninstallComponent failed. " + notImplemented}));
+  EXPECT_EQ(netcfg.Dword(L"CreateInstanceCalls"), std::nullopt);
+  EXPECT_FALSE(ServiceRegistered(L"mlfilter"));
+}
+
+TEST_F(NetCfgUnregisteredTest, ServerDllThatIsGoneFailsTheAcquire) {
+  const wchar_t* key = L"Software\\Classes\\CLSID\\{5B035261-40F9-11D1-AAEC-00805FC1270E}\\InprocServer32";
+  std::wstring gone = L"C:\\nowhere\\netcfg.dll";
+  ASSERT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, nullptr, REG_SZ, gone.c_str(),
+                            static_cast<DWORD>((gone.size() + 1) * sizeof(wchar_t))),
+            ERROR_SUCCESS);
+  // What the system answers for a class whose server is gone, asked here.
+  ASSERT_EQ(CoInitialize(nullptr), S_OK);
+  void* object = nullptr;
+  HRESULT missing = CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_INetCfg, &object);
+  CoUninitialize();
+  ASSERT_TRUE(FAILED(missing));
+
+  MakePackage(L"current", {L"netmlfilter.inf"});
+  EXPECT_EQ(ndis_install_driver(driverDirectory, false), missing);
+  EXPECT_EQ(ndis_uninstall_driver(), missing);
+  std::string failure = "error=" + Code(missing) + ", " + SystemText(missing);
+  std::vector<std::string> lines = Lines();
+  ASSERT_EQ(lines.size(), 9u);
+  EXPECT_EQ(lines[2], "InstallSpecifiedComponent: Couldn't the get notify object interface. " + failure);
+  EXPECT_EQ(lines[3], "ndis_install_driver: InstallSpecifiedComponent failed. " + failure);
+  EXPECT_EQ(lines[7], "UninstallComponent: Couldn't get the notify object interface. " + failure);
+  EXPECT_EQ(lines[8], "ndis_uninstall_driver: UninstallComponent failed. " + failure);
 }
 
 }  // namespace

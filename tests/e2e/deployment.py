@@ -5,6 +5,7 @@ agent's stand-in and reads what they wrote to zent_install.log."""
 import os
 import threading
 
+import driver_package
 from agent_host import AGENT_FILES, INSTALL_DIR, LINE, SERVICE, AgentHost
 from winehost import build_file, delete_key, run, set_value
 from winehost.holder import Holder
@@ -40,6 +41,10 @@ class DeploymentHost(AgentHost):
         if settings is not None:
             self.write_settings(settings)
         self.register_suite()
+        # The package's driver is the version the driver's stand-in reports
+        # as running, so that "-install" keeps it unless a test says otherwise.
+        driver_package.prepare_system()
+        driver_package.lay_out_package(self.dir)
 
     def deploy(self, argument, parent="signed", timeout=600):
         """Runs ZentAgent.exe with `argument` (None: no argument) from the
@@ -68,6 +73,7 @@ class DeploymentHost(AgentHost):
     def remove(self):
         super().remove()
         delete_key(APP_DEFAULTS, missing_ok=True)
+        driver_package.clear_system()
 
 
 def log_messages(text):
