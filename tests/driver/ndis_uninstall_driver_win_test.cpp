@@ -4,6 +4,7 @@
 
 #include <netcfgx.h>
 
+#include "build_outputs.h"
 #include "driver_test_support_win.h"
 
 namespace drivertest {
@@ -161,10 +162,34 @@ class NetCfgUnregisteredTest : public DriverTest {
     ASSERT_EQ(RegisterNetCfg(true), 0u);
   }
   void TearDown() override {
+    // Wine's server again, whatever a test left, so that the registration
+    // keeps it to give back.
+    RegisterNetCfg(true);
     EXPECT_EQ(RegisterNetCfg(), 0u);
     DriverTest::TearDown();
   }
 };
+
+std::wstring ServerPath() {
+  wchar_t text[MAX_PATH * 2] = {};
+  DWORD size = sizeof text - sizeof(wchar_t);
+  RegGetValueW(HKEY_LOCAL_MACHINE,
+               L"Software\\Classes\\CLSID\\{5B035261-40F9-11D1-AAEC-00805FC1270E}\\InprocServer32", nullptr,
+               RRF_RT_REG_SZ | RRF_RT_REG_EXPAND_SZ | RRF_NOEXPAND, nullptr, text, &size);
+  return text;
+}
+
+TEST_F(NetCfgUnregisteredTest, RegistrationTakesTheClassAndUnregistrationGivesWinesBack) {
+  EXPECT_EQ(ServerPath(), L"C:\\windows\\system32\\netcfgx.dll");
+  ASSERT_EQ(RegisterNetCfg(), 0u);
+  std::wstring dll = zentsim::testing::BuildOutput(L"ZENT_SIM_NETCFG_DLL");
+  for (wchar_t& c : dll) c = c == L'/' ? L'\\' : c;
+  EXPECT_EQ(ServerPath(), dll);
+  // Registering twice keeps Wine's server to give back, not the stand-in's.
+  ASSERT_EQ(RegisterNetCfg(), 0u);
+  ASSERT_EQ(RegisterNetCfg(true), 0u);
+  EXPECT_EQ(ServerPath(), L"C:\\windows\\system32\\netcfgx.dll");
+}
 
 TEST_F(NetCfgUnregisteredTest, WinesOwnClassLeavesTheComponentAlone) {
   // Wine 8.0's class gives E_NOTIMPL from QueryNetCfgClass and FindComponent.

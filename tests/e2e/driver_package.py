@@ -5,11 +5,13 @@ place of Wine's class, pnputil in system32, and the system's driver state
 import os
 import shutil
 
-from winehost import build_file, run, unix_path
+from winehost import build_file, run, unix_path, windows_path
 
 WINDOWS = r"C:\windows"
 SYSTEM = WINDOWS + r"\system32"
+# As the agent names it; the folder on the disk is "inf".
 INF_STORE = WINDOWS + r"\INF"
+STORE_FOLDER = WINDOWS + r"\inf"
 INSTALLED_DRIVER = SYSTEM + r"\drivers\mlfilter.sys"
 INF_NAMES = ("netmlfilter.inf", "netmlfilterm.inf", "netmlfilterp.inf", "netnrxim.inf", "netnrxip.inf")
 # The Windows 7 family's folder, Wine's default version.
@@ -41,7 +43,7 @@ def prepare_system():
     driver file or INF copy of an earlier test."""
     global _registered
     if not _registered:
-        done = run([SYSTEM + r"\regsvr32.exe", "/s", build_file("sim/netcfg/netcfg.dll")])
+        done = run([SYSTEM + r"\regsvr32.exe", "/s", windows_path(build_file("sim/netcfg/netcfg.dll"))])
         assert done.exit_code == 0, done
         _registered = True
     shutil.copy(build_file("sim/netcfg/pnputil.exe"), unix_path(SYSTEM + r"\pnputil.exe"))
@@ -52,7 +54,7 @@ def clear_system():
     for path in (INSTALLED_DRIVER, WINDOWS + r"\mlfilter.sys"):
         if os.path.exists(unix_path(path)):
             os.remove(unix_path(path))
-    store = unix_path(INF_STORE)
+    store = unix_path(STORE_FOLDER)
     for name in os.listdir(store):
         if name.lower().startswith(("oem", "netmlfilter", "netnrx")):
             path = os.path.join(store, name)
@@ -63,4 +65,4 @@ def clear_system():
 
 
 def store_file(name):
-    return os.path.join(unix_path(INF_STORE), name)
+    return os.path.join(unix_path(STORE_FOLDER), name)

@@ -133,7 +133,8 @@ def test_older_running_driver_is_replaced_and_one_inf_copy_removed(host):
         "ndis_uninstall_driver: driver uninstalled.",
         f"GetOEMFileContainingDriver: Searching oem#.inf files in directory({driver_package.INF_STORE}).",
         "LaunchCmd: ReadAndHandleOutput First "]
-    assert lines[6] == f"CleanUpOEMFiles: Clean oem#.inf files: pnputil: deleted {name}\r\n"
+    # pnputil's own line end, then the message's, in a file written in text mode.
+    assert lines[6] == f"CleanUpOEMFiles: Clean oem#.inf files: pnputil: deleted {name}\r\r\n"
     assert lines[7:] == install_lines()
     assert journal(host) == ACQUIRE + REMOVE + RELEASE + ACQUIRE + INSTALL + RELEASE
     assert not os.path.exists(driver_package.store_file(name))
