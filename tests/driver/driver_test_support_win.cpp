@@ -50,7 +50,8 @@ void ClearInfStore() {
   do {
     std::wstring name = entry.cFileName;
     if (name == L"." || name == L"..") continue;
-    if (StartsWithNoCase(name, L"oem") || StartsWithNoCase(name, L"netmlfilter") || StartsWithNoCase(name, L"netnrx")) {
+    if (StartsWithNoCase(name, L"oem") || StartsWithNoCase(name, L"xoem") || StartsWithNoCase(name, L"netmlfilter") ||
+        StartsWithNoCase(name, L"netnrx")) {
       std::wstring path = store + L"\\" + name;
       if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
         RemoveTree(path);
@@ -259,6 +260,8 @@ void DriverTest::SetUp() {
 void DriverTest::TearDown() {
   RemoveTree(workingDirectory);
   RemoveService(L"mlfilter");
+  DeleteFileW(InstalledDriverFile().c_str());
+  ClearInfStore();
 }
 
 void DriverTest::MakePackage(const wchar_t* variant, std::initializer_list<const wchar_t*> infs) {
