@@ -30,7 +30,6 @@ int RemoveIncompatibleAgent() {
   }
   std::string displayName;
   service.QueryValue("DisplayName", displayName, false);
-  // Printed as C text: up to the first zero, as a value of another type may hold one.
   ZENT_LOG(1, L"Display name of agent: %S\n", displayName.c_str());
   switch (SiblingAgentByDisplayName(displayName)) {
     case SiblingAgent::Corvel:
