@@ -105,7 +105,9 @@ void RestoreHost() {
   DeleteKey(kPellorClientKey);
   for (const wchar_t* code : kMadeUpProducts) DeleteKey(std::wstring(kUninstallKey) + L"\\" + code);
   DeleteValue(kSessionManagerKey, L"PendingFileRenameOperations");
-  DeleteFileW((OwnFolder() + L"\\corvel_uninstall.log").c_str());
+  std::wstring keptLog = OwnFolder() + L"\\corvel_uninstall.log";
+  DeleteFileW(keptLog.c_str());
+  RemoveDirectoryW(keptLog.c_str());
 }
 
 std::vector<std::string> RemovalLog(const std::string& logText) {

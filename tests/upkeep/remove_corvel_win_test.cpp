@@ -256,6 +256,18 @@ TEST_F(RemoveCorvelTest, UnknownProductCodeIsNotRemovedAndItsLogIsKept) {
   EXPECT_TRUE(Exists(KeptLog()));
 }
 
+// A folder where the log would go: the copy fails (access denied), which is
+// logged and changes nothing of the result. (Wine's CopyFileW replaces a
+// read-only file, which Windows refuses, so a folder stands in the way.)
+TEST_F(RemoveCorvelTest, KeptLogThatCannotBeWrittenLeavesTheResultAlone) {
+  MakeUpCorvelProduct();
+  ASSERT_TRUE(CreateDirectoryW(KeptLog().c_str(), nullptr));
+  EXPECT_EQ(RemoveIncompatibleAgent(), 130);
+  EXPECT_EQ(RemovalLog(log.Text()),
+            Join(Join(kUnknownProductLines, kUnknownProductEnd), {"RemoveCorvel: copy uninstall log fail, error=5"}));
+  EXPECT_NE(GetFileAttributesW(KeptLog().c_str()) & FILE_ATTRIBUTE_DIRECTORY, 0u);
+}
+
 TEST_F(RemoveCorvelTest, TempFileThatCannotBeMadeMeansNoUninstallerLog) {
   MakeUpCorvelProduct();
   std::wstring missing = tempFolder + L"\\missing";
