@@ -218,3 +218,18 @@ def test_driver_that_cannot_be_uninstalled_is_minus_113(host):
         "ndis_uninstall_driver: UninstallComponent failed. error=0x80004005, Call failed.\r"]
     assert query_service(SERVICE) is not None
     assert read_value(SERVICE_KEY, "ImagePath") == f'"{INSTALL_DIR}\\ZentAgent.exe" -service'
+
+
+def test_delete_whose_driver_removal_wants_a_reboot_is_minus_110(host):
+    fresh(host, running="5.1.0.12")
+    assert host.deploy("-install").exit_code == 0
+    fresh(host, Installed=1, RebootRequired=1)
+    assert host.deploy("-delete").exit_code == -110
+    assert driver_lines(host) == ["ndis_uninstall_driver: driver uninstalled successfully: Reboot required."]
+    assert journal(host) == ACQUIRE + [line.replace("DeInstall(component, OBO_USER, null) = 0x00000000",
+                                                    "DeInstall(component, OBO_USER, null) = 0x0004A020")
+                                            .replace("Apply() = 0x00000000", "Apply() = 0x0004A020")
+                                       for line in REMOVE] + RELEASE
+    # The agent's service goes all the same.
+    assert query_service(SERVICE) is None
+    assert host.record("netcfg", "Installed") == 0
