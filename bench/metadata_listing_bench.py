@@ -34,7 +34,7 @@ def run():
     removes the folders."""
     root = make_folders()
     try:
-        done = winehost.run([winehost.build_file(PROGRAM), ROOT], timeout=1800)
+        done = winehost.run([winehost.build_file(PROGRAM), ROOT], timeout=None)
         print(done.stdout, end="")
         if done.exit_code != 0:
             print(f"metadata_listing_bench.exe ended with {done.exit_code}: {done.stderr}")

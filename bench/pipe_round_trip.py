@@ -17,7 +17,8 @@ CALLS = 200
 
 
 def round_trip(*args):
-    done = run([build_file("tools/zentctl.exe"), "send", *args, "--count", str(CALLS), "--timeout", "10000"])
+    done = run([build_file("tools/zentctl.exe"), "send", *args, "--count", str(CALLS), "--timeout", "10000"],
+               timeout=None)
     if done.exit_code != 0:
         raise SystemExit(f"zentctl failed ({done.exit_code}): {done.stdout}")
     median = float(re.search(r"Median:\s+([\d.]+) us", done.stdout).group(1))

@@ -35,6 +35,14 @@ MARKS = ("command size=36, data size=", "PrepAndLaunchRedirectedChild: ", "WaitF
          "config has been loaded: ")
 
 
+def reply_limit_ms():
+    """How long zentctl waits for one reply: it grows with the policy, a
+    minute and a tenth of a second per filter (a 10,000-filter send took 55 s
+    on a slow two-core machine, so this leaves it nearly twenty times
+    that)."""
+    return 60000 + 100 * FILTERS
+
+
 def stamp(text):
     return datetime.datetime.strptime(text, "%Y:%m:%d-%H:%M:%S:%f")
 
@@ -44,7 +52,7 @@ def deploy(agent, policy_path):
     the first."""
     start = len(agent.log())
     done = run([build_file("tools/zentctl.exe"), "send", "set-raw-config", "--data", windows_path(policy_path),
-                "--timeout", "600000"])
+                "--timeout", str(reply_limit_ms())], timeout=None)
     if done.exit_code != 0 or "Result:     0" not in done.stdout:
         time.sleep(2)
         lines = [line for line in agent.log()[start:].split("\r\n") if "] FetchData" not in line]
@@ -58,7 +66,7 @@ def deploy(agent, policy_path):
 
 def pipe_send(policy_path):
     done = run([build_file("tools/zentctl.exe"), "send", "ping", "--data", windows_path(policy_path), "--count",
-                str(RUNS), "--timeout", "600000"])
+                str(RUNS), "--timeout", str(reply_limit_ms())], timeout=None)
     return float(re.search(r"Median:\s+([\d.]+) us", done.stdout).group(1)) / 1000
 
 
@@ -80,7 +88,8 @@ def main():
     keep_session()
     folder = tempfile.mkdtemp(prefix="zent_road_")
     policy_path = os.path.join(folder, "policy.xml")
-    done = run([build_file("bench/write_generated_policy.exe"), windows_path(policy_path), str(FILTERS)])
+    done = run([build_file("bench/write_generated_policy.exe"), windows_path(policy_path), str(FILTERS)],
+               timeout=None)
     if done.exit_code != 0:
         raise SystemExit(f"write_generated_policy failed: {done.stdout}{done.stderr}")
     try:

@@ -6,6 +6,8 @@ set -euo pipefail
 shopt -s inherit_errexit
 
 here=$(cd "$(dirname "$0")/.." && pwd)
+# shellcheck source=scripts/stage_times.sh
+. "$here/scripts/stage_times.sh"
 cache=${ZENT_CACHE:-$HOME/.cache/zent}
 host=x86_64-w64-mingw32
 jobs=$(nproc)
@@ -121,13 +123,14 @@ compile_openssl() {
 
 # cross_build SOURCE-PACKAGE DEV-PACKAGE: prints the install prefix.
 cross_build() {
-  local src=$1 dev=$2 ver prefix
+  local src=$1 dev=$2 ver prefix start
   local -a versions
+  start=$(stage_now_ms)
   enable_sources >&2
   mapfile -t versions < <(candidate_versions "$src" "$dev")
   for ver in "${versions[@]}"; do
     prefix=$cache/mingw/$src-$ver
-    [ -e "$prefix/.done" ] && { echo "$prefix"; return 0; }
+    [ -e "$prefix/.done" ] && { stage_done "library $src" "$start" cached; echo "$prefix"; return 0; }
   done
   local work=$cache/work/$src
   for ver in "${versions[@]}"; do
@@ -138,6 +141,7 @@ cross_build() {
     "compile_$src" "$work/src" "$prefix" >"$work/build.log" 2>&1 ||
       { tail -n 40 "$work/build.log" >&2; echo "zent setup: building $src failed" >&2; return 1; }
     touch "$prefix/.done"; rm -rf "$work"
+    stage_done "library $src" "$start" "built $ver"
     echo "$prefix"; return 0
   done
   echo "zent setup: no source of $src could be fetched" >&2
@@ -159,7 +163,7 @@ rapidjson_headers() {
 }
 
 main() {
-  install_packages
+  timed "packages" install_packages
   select_posix_threads
   mkdir -p "$cache/mingw"
   local tx gt ossl rj re

@@ -60,6 +60,14 @@ void StartSlowly(DWORD delayMs) {
   }
 }
 
+// A service that hangs in its stop: stop pending for delayMs with a check
+// point that never moves, so that a waiter gives up after the wait hint.
+void StopSlowly(DWORD delayMs) {
+  if (delayMs == 0) return;
+  Report(SERVICE_STOP_PENDING, NO_ERROR, 1, kStartWaitHintMs);
+  Sleep(delayMs);
+}
+
 void WINAPI ServiceMain(DWORD argc, wchar_t** argv) {
   serviceName = argc > 0 && argv[0] ? argv[0] : L"mlfilter";
   stopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -83,6 +91,7 @@ void WINAPI ServiceMain(DWORD argc, wchar_t** argv) {
     Report(reported, NO_ERROR, 0, 0, true);
   }
   WaitForSingleObject(stopEvent, INFINITE);
+  StopSlowly(zentsim::ReadDword(serviceName, L"StopDelayMs", 0));
   zentsim::Count(serviceName, L"Stopped");
   Report(SERVICE_STOPPED, NO_ERROR, 0, 0);
 }

@@ -62,15 +62,22 @@ class AgentHost:
         self.remove()
         os.makedirs(os.path.join(self.dir, "config"))
         for name in files:
-            shutil.copy(build_file(BUILT[name]), os.path.join(self.dir, name))
-        shutil.copy(build_file(BUILT["mlfilter.exe"]), os.path.join(self.dir, "mlfilter.exe"))
+            self.copy_built(name)
+        self.copy_built("mlfilter.exe")
         if settings is not None:
             self.write_settings(settings)
+        self.register_suite()
+        create_service(DRIVER_SERVICE, INSTALL_DIR + r"\mlfilter.exe")
+        create_service(SERVICE, f'"{INSTALL_DIR}\\ZentAgent.exe" -service', display_name="Halvane Zent Service (Agent)")
+
+    def copy_built(self, name):
+        shutil.copy(build_file(BUILT[name]), os.path.join(self.dir, name))
+
+    def register_suite(self):
+        """The suite's folder and key, and no knob of an earlier test."""
         os.makedirs(unix_path(MISC_DIR))
         set_value(SUITE_KEY, "Application Path", SUITE_DIR)
         delete_key(SIM_KEY, missing_ok=True)
-        create_service(DRIVER_SERVICE, INSTALL_DIR + r"\mlfilter.exe")
-        create_service(SERVICE, f'"{INSTALL_DIR}\\ZentAgent.exe" -service', display_name="Halvane Zent Service (Agent)")
 
     def write_settings(self, sections):
         write_ini(self.ini, sections)

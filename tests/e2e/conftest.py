@@ -36,3 +36,10 @@ def pytest_collection_modifyitems(config, items):
     if deselected:
         config.hook.pytest_deselected(items=deselected)
         items[:] = kept
+
+
+# A file whose tests are all long collects none in a short run: that is a
+# pass, not pytest's "no tests collected".
+def pytest_sessionfinish(session, exitstatus):
+    if exitstatus == pytest.ExitCode.NO_TESTS_COLLECTED and os.environ.get("ZENT_TEST_LONG") != "1":
+        session.exitstatus = pytest.ExitCode.OK

@@ -3,11 +3,10 @@ drive_c, and the request and result documents of the query, written from
 its rules: each kept line whole and ended in CR LF, then the pattern as
 sent; commandVersion "1"; the hash recomputed with hashlib."""
 import os
-import subprocess
 
 from registry_fixture import printed, response, result
-from winehost import build_file, unix_path
-from winehost.paths import WINE_RUN
+from winehost import unix_path
+from winehost.holder import Holder
 
 FOLDER = r"C:\ContentsE2e"
 
@@ -57,22 +56,12 @@ def crlf_lines(*lines):
     return b"".join(line + b"\r\n" for line in lines)
 
 
-class HeldFile:
+class HeldFile(Holder):
     """hold_file.exe keeping a file open without sharing it at all, until
     close()."""
 
     def __init__(self, path):
-        self.process = subprocess.Popen([str(WINE_RUN), build_file("tests/tools/hold_file.exe"), path,
-                                         "--no-sharing"],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        said = self.process.stdout.readline()
-        if said not in (b"held\r\n", b"held\n"):
-            self.close()
-            raise AssertionError(f"hold_file: {said!r}")
-
-    def close(self):
-        self.process.stdin.close()
-        self.process.wait(timeout=30)
+        super().__init__("tests/tools/hold_file.exe", path, "--no-sharing")
 
 
 __all__ = ["FOLDER", "HeldFile", "contents", "crlf_lines", "request", "response", "sparse", "win", "write"]

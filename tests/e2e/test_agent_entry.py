@@ -16,8 +16,8 @@ def agent_run(agent, *args):
     return run([agent.path("ZentAgent.exe"), *args])
 
 
-@pytest.mark.parametrize("argument", ["-install", "-delete", "-Service", "-service ", "service", ""])
-def test_any_argument_but_service_is_invalid_and_exits_with_0(agent, argument):
+@pytest.mark.parametrize("argument", ["-Install", "-install ", "-DELETE", "-Service", "-service ", "service", ""])
+def test_any_argument_but_the_three_commands_is_invalid_and_exits_with_0(agent, argument):
     agent.install({"ZENTSETTINGS": {"DebugLevel": 4}})
     done = agent_run(agent, *([argument] if argument else []))
     assert done.exit_code == 0
@@ -70,8 +70,8 @@ def test_framework_without_its_fourth_entry_point_stops_the_program(agent):
 def test_a_deployment_run_and_the_service_write_different_logs_at_once(agent):
     agent.install({"ZENTSETTINGS": {"DebugLevel": 4}})
     agent.start()
-    assert agent_run(agent, "-install").exit_code == 0
+    assert agent_run(agent, "-status").exit_code == 0
     agent.wait_for_log(r"\] ProcessTelemetryFn: enters\r\n")
     assert "invalid parameter" not in agent.log()
-    assert re.search(r"\] invalid parameter -install\r\n", agent.log("zent_install.log"))
+    assert re.search(r"\] invalid parameter -status\r\n", agent.log("zent_install.log"))
     assert "ProcessTelemetryFn" not in agent.log("zent_install.log")

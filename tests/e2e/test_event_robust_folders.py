@@ -7,7 +7,6 @@ lost), and the main log held by a reader that does not share it for
 writing (its lines are lost, logged; the single-record files still come)."""
 import os
 import shutil
-import subprocess
 
 import pytest
 
@@ -16,8 +15,8 @@ from agent_host import INSTALL_DIR, SINGLE_RECORD_DIR, AgentHost
 from driver_records import entry
 from event_faults import PREFIX, counted_since, counts, line, main_lines, quiet_agent, thread_messages, written
 from event_pipeline import EVENT_SETTINGS, deploy_log_parameters, fresh_event_agent, stamped, wait_for_messages
-from winehost import build_file, unix_path, wait_for_log, windows_path
-from winehost.paths import WINE_RUN
+from winehost import unix_path, wait_for_log, windows_path
+from winehost.holder import Holder
 
 LOG = INSTALL_DIR + r"\zent_mpnp"
 ADDED_1 = "CacheRecord() - added record to cache. Size of cache is now 1 records"
@@ -69,21 +68,12 @@ def test_file_in_place_of_the_single_record_folder_keeps_records_cached_until_it
     assert counted_since(host, before)["LogRecordsDelivered"] == 3
 
 
-class HeldFile:
+class HeldFile(Holder):
     """hold_file.exe keeping a file open for reading, sharing it for
     reading only, until close()."""
 
     def __init__(self, path):
-        self.process = subprocess.Popen([str(WINE_RUN), build_file("tests/tools/hold_file.exe"), windows_path(path)],
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        said = self.process.stdout.readline()
-        if said != b"held\r\n" and said != b"held\n":
-            self.close()
-            raise AssertionError(f"hold_file: {said!r}")
-
-    def close(self):
-        self.process.stdin.close()
-        self.process.wait(timeout=30)
+        super().__init__("tests/tools/hold_file.exe", windows_path(path))
 
 
 def test_main_log_held_without_write_sharing_loses_its_lines_and_the_single_record_files_still_come(quiet_agent):

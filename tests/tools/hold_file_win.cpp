@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <cwchar>
 
+#include "held_until_input_ends_win.h"
+
 int wmain(int argc, wchar_t** argv) {
   bool noSharing = argc == 3 && wcscmp(argv[2], L"--no-sharing") == 0;
   if (argc != 2 && !noSharing) {
@@ -23,13 +25,7 @@ int wmain(int argc, wchar_t** argv) {
     std::printf("error %lu\n", GetLastError());
     return 1;
   }
-  std::puts("held");
-  std::fflush(stdout);
-  char buffer[64];
-  DWORD got = 0;
-  HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  while (ReadFile(input, buffer, sizeof buffer, &got, nullptr) && got > 0) {
-  }
+  SayHeldUntilInputEnds();
   CloseHandle(file);
   return 0;
 }

@@ -21,6 +21,8 @@
 #include <string>
 #include <vector>
 
+#include "held_until_input_ends_win.h"
+
 namespace {
 
 bool Open(const std::string& named, bool reuse, SOCKET& s, std::string& line) {
@@ -92,13 +94,7 @@ int main(int argc, char** argv) {
   }
   std::printf("pid %lu\n", GetCurrentProcessId());
   for (const std::string& line : lines) std::printf("%s\n", line.c_str());
-  std::puts("held");
-  std::fflush(stdout);
-  char buffer[64];
-  DWORD got = 0;
-  HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  while (ReadFile(input, buffer, sizeof buffer, &got, nullptr) && got > 0) {
-  }
+  SayHeldUntilInputEnds();
   for (SOCKET s : sockets) closesocket(s);
   WSACleanup();
   return 0;
