@@ -7,13 +7,11 @@ CAFE4242 and reports itself on the advapi FIXME channel, as ReportEventW
 and CloseEventLog do; ReportEventW also writes each of its strings to the
 eventlog ERR channel. Every line begins with the calling thread's id."""
 import contextlib
-import os
 import re
-import subprocess
 import time
 
-from winehost import build_file, keep_session, windows_path
-from winehost.paths import WINE_RUN
+from winehost import keep_session, windows_path
+from winehost.holder import Holder
 
 # The channels of the event log stubs, and nothing else.
 WINEDEBUG = "-all,fixme+advapi,err+eventlog"
@@ -22,7 +20,6 @@ LOG_LINE = re.compile(r"^\[([ 0-9A-F]{4,8})\]\[ZTENG\]\[(\w+):(\d+)\] (.*)$", re
 WINE_LINE = re.compile(r"^([0-9a-f]{4,8}):(\w+:\w+:.*)$")
 # The ReportEventW stub prints the strings' address, which no test knows.
 STRINGS_ADDRESS = "[0-9A-F]{16}"
-LISTEN_TIMEOUT = 60
 
 
 @contextlib.contextmanager
@@ -30,20 +27,11 @@ def debugger_output(path):
     """A debug monitor listening in the kept session for the block; it
     writes what it takes to path (read it with debugger_texts)."""
     keep_session()
-    if os.path.exists(path):
-        os.remove(path)
-    monitor = subprocess.Popen([str(WINE_RUN), build_file("tests/tools/dbwin.exe"), windows_path(path)],
-                               stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    deadline = time.monotonic() + LISTEN_TIMEOUT
-    while not os.path.exists(path):
-        if monitor.poll() is not None or time.monotonic() > deadline:
-            raise RuntimeError(f"the debug monitor did not start (exit status {monitor.poll()})")
-        time.sleep(0.05)
+    monitor = Holder("tests/tools/dbwin.exe", windows_path(path))
     try:
         yield
     finally:
-        monitor.stdin.close()
-        monitor.wait(timeout=30)
+        monitor.close()
 
 
 def debugger_texts(path):
