@@ -31,8 +31,8 @@ import pytest
 import agent_host
 import minidump
 from agent_host import INSTALL_DIR, SERVICE, AgentHost
-from crash_capture import (WINEDEBUG, debugger_output, debugger_texts, event_lines, event_stub_lines, log_thread, matches,
-                           wait_for_text)
+from crash_capture import (WINEDEBUG, debugger_output, debugger_texts, event_lines, event_stub_lines, log_thread,
+                           matches, wait_for_text)
 from winehost import build_file, channel_session, delete_key, run, set_value, start_service, traced_session
 from winehost.server_trace import Ace, read_file_creations
 
@@ -82,30 +82,32 @@ def install_crashes():
     dbghelp, the second, in a traced session, with one that has no dump
     writer."""
     host = install("mli_open")
-    with tempfile.TemporaryDirectory(prefix="zent-crash-") as folder:
-        debugger = os.path.join(folder, "debugger")
-        with debugger_output(debugger):
-            first = run([host.path("ZentAgent.exe"), "-install"], env={"WINEDEBUG": WINEDEBUG})
-        first_texts = debugger_texts(debugger)
-        in_config = os.path.exists(host.path("config\\zent_agent.dmp"))
-        first_dump = minidump.read(host.path("zent_agent.dmp"))
+    try:
+        with tempfile.TemporaryDirectory(prefix="zent-crash-") as folder:
+            debugger = os.path.join(folder, "debugger")
+            with debugger_output(debugger):
+                first = run([host.path("ZentAgent.exe"), "-install"], env={"WINEDEBUG": WINEDEBUG})
+            first_texts = debugger_texts(debugger)
+            in_config = os.path.exists(host.path(os.path.join("config", "zent_agent.dmp")))
+            first_dump = minidump.read(host.path("zent_agent.dmp"))
 
-        trace = os.path.join(folder, "wineserver.trace")
-        shutil.copy(build_file(NO_DUMP_WRITER), host.path("dbghelp.dll"))
-        set_value(DLL_OVERRIDES, "dbghelp", "native")
-        try:
-            with traced_session(trace):
-                with debugger_output(debugger):
-                    second = run([host.path("ZentAgent.exe"), "-install"], env={"WINEDEBUG": WINEDEBUG})
-                second_texts = debugger_texts(debugger)
-        finally:
-            delete_key(DLL_OVERRIDES, missing_ok=True)
-        second_size = os.path.getsize(host.path("zent_agent.dmp"))
-        os.remove(host.path("zent_agent.dmp"))
-        creations = [made for made in read_file_creations(trace) if made.image == AGENT_IMAGE]
-    yield {"first": first, "first_texts": first_texts, "first_dump": first_dump, "in_config": in_config,
-           "second": second, "second_texts": second_texts, "second_size": second_size, "creations": creations}
-    host.remove()
+            trace = os.path.join(folder, "wineserver.trace")
+            shutil.copy(build_file(NO_DUMP_WRITER), host.path("dbghelp.dll"))
+            set_value(DLL_OVERRIDES, "dbghelp", "native")
+            try:
+                with traced_session(trace):
+                    with debugger_output(debugger):
+                        second = run([host.path("ZentAgent.exe"), "-install"], env={"WINEDEBUG": WINEDEBUG})
+                    second_texts = debugger_texts(debugger)
+            finally:
+                delete_key(DLL_OVERRIDES, missing_ok=True)
+            second_size = os.path.getsize(host.path("zent_agent.dmp"))
+            os.remove(host.path("zent_agent.dmp"))
+            creations = [made for made in read_file_creations(trace) if made.image == AGENT_IMAGE]
+        yield {"first": first, "first_texts": first_texts, "first_dump": first_dump, "in_config": in_config,
+               "second": second, "second_texts": second_texts, "second_size": second_size, "creations": creations}
+    finally:
+        host.remove()
 
 
 def test_a_crash_in_install_ends_the_process_with_the_exception_code(install_crashes):
