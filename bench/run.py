@@ -34,6 +34,8 @@ def steps(root, win, native):
         ("pipe round trips, under Wine", [python, bench("pipe_round_trip.py")]),
         ("a 10,000-filter policy from the pipe to the driver, under Wine", [python, bench("policy_road.py")]),
         ("driver event records to the event log files, under Wine", [python, bench("event_throughput.py")]),
+        ("Corvel's product code among 0/1,000/10,000 installed programs, under Wine",
+         [wine, f"{win}/bench/uninstall_search_bench.exe"]),
     ]
 
 

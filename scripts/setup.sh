@@ -18,7 +18,7 @@ packages=(
   wine wine64
   libtinyxml2-dev rapidjson-dev libssl-dev libgtest-dev
   clang python3 python3-pytest osslsigncode openssl ccache
-  libre2-dev ripgrep unicode-data python3-six
+  libre2-dev ripgrep unicode-data python3-six msitools wixl
 )
 
 sudo_() { if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi; }
