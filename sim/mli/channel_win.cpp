@@ -1,5 +1,6 @@
 // Opening and closing the driver channel, its events and its error text.
 #include "channel.h"
+#include "crash_in.h"
 
 #include "log_records.h"
 #include "sim_registry.h"
@@ -60,6 +61,7 @@ int Fail(Channel& channel, const std::string& text, int result) {
 using namespace zentsim::mli;
 
 extern "C" MLI_HANDLE mli_open(void) {
+  CrashIfAsked("mli_open");
   if (zentsim::ReadDword(kStandIn, L"OpenFails", 0) != 0) return nullptr;
   auto* channel = new Channel;
   channel->closing = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -73,6 +75,7 @@ extern "C" MLI_HANDLE mli_open(void) {
 }
 
 extern "C" int mli_close(MLI_HANDLE handle) {
+  CrashIfAsked("mli_close");
   bool duringCall = false;
   Channel* channel = nullptr;
   {
@@ -96,6 +99,7 @@ extern "C" int mli_close(MLI_HANDLE handle) {
 }
 
 extern "C" int mli_get_version(MLI_HANDLE handle, char* buffer, int size) {
+  CrashIfAsked("mli_get_version");
   Channel* channel = Find(handle);
   if (!channel) return kBadHandle;
   std::string version = zentsim::ReadString(kStandIn, L"Version").value_or("5.1.0.12");
@@ -107,6 +111,7 @@ extern "C" int mli_get_version(MLI_HANDLE handle, char* buffer, int size) {
 }
 
 extern "C" int mli_register_event(MLI_HANDLE handle, int kind, void* event) {
+  CrashIfAsked("mli_register_event");
   Channel* channel = Find(handle);
   if (!channel) return kBadHandle;
   if (DWORD refused = zentsim::ReadDword(kStandIn, L"RegisterEventFails", 0)) {
@@ -128,6 +133,7 @@ extern "C" int mli_register_event(MLI_HANDLE handle, int kind, void* event) {
 }
 
 extern "C" int mli_get_error(MLI_HANDLE handle, char* buffer, int size) {
+  CrashIfAsked("mli_get_error");
   Channel* channel = Find(handle);
   if (!channel) return kBadHandle;
   if (!buffer || size <= 0) return kFailed;

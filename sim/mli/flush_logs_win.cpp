@@ -5,12 +5,14 @@
 #include <windows.h>
 
 #include "channel.h"
+#include "crash_in.h"
 #include "log_records.h"
 #include "sim_registry.h"
 
 using namespace zentsim::mli;
 
 extern "C" int mli_flush_logs(MLI_HANDLE handle) {
+  CrashIfAsked("mli_flush_logs");
   Channel* channel = Enter(handle);
   if (!channel) return kBadHandle;
   AddToRecord(L"FlushCalls");

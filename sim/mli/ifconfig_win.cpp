@@ -10,6 +10,7 @@
 #include <string>
 
 #include "channel.h"
+#include "crash_in.h"
 #include "sim_registry.h"
 
 using namespace zentsim::mli;
@@ -51,6 +52,7 @@ bool WriteEntry(const std::string& line, unsigned char* entry) {
 }  // namespace
 
 extern "C" int mli_ifconfig(MLI_HANDLE handle, void* buffer) {
+  CrashIfAsked("mli_ifconfig");
   Channel* channel = Find(handle);
   if (!channel) return kBadHandle;
   if (uint32_t fails = zentsim::ReadDword(kStandIn, L"IfconfigFails", 0)) {

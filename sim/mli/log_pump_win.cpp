@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "channel.h"
+#include "crash_in.h"
 #include "log_records.h"
 #include "log_script.h"
 #include "log_script_file.h"
@@ -170,6 +171,7 @@ int ReadLog(Channel& channel, unsigned char* record, void** extra, uint32_t* ext
 }  // namespace
 
 extern "C" int mli_get_log(MLI_HANDLE handle, void* record, void** extra, uint32_t* extraLength) {
+  CrashIfAsked("mli_get_log");
   Channel* channel = Enter(handle);
   if (!channel) return kBadHandle;
   int result = ReadLog(*channel, static_cast<unsigned char*>(record), extra, extraLength);

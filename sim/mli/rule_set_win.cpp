@@ -9,12 +9,14 @@
 #include <string>
 
 #include "channel.h"
+#include "crash_in.h"
 #include "rule_file.h"
 #include "sim_registry.h"
 
 using namespace zentsim::mli;
 
 extern "C" int mli_load_config(MLI_HANDLE handle, const void* buffer, uint32_t length) {
+  CrashIfAsked("mli_load_config");
   Channel* channel = Find(handle);
   if (!channel) return kBadHandle;
   if (uint32_t refused = zentsim::ReadDword(kStandIn, L"LoadConfigFails", 0)) {
@@ -30,6 +32,7 @@ extern "C" int mli_load_config(MLI_HANDLE handle, const void* buffer, uint32_t l
 }
 
 extern "C" int mli_clear_config(MLI_HANDLE handle) {
+  CrashIfAsked("mli_clear_config");
   Channel* channel = Find(handle);
   if (!channel) return kBadHandle;
   if (uint32_t refused = zentsim::ReadDword(kStandIn, L"ClearConfigFails", 0)) {

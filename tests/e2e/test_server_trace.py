@@ -2,7 +2,7 @@
 hand in the form wineserver -f -d2 prints: two processes, requests of other
 threads between a request and its reply, a handle value used again after
 its close, and lines that are no request."""
-from winehost.server_trace import Ace, SecuritySet, fields, security_sets, unicode_string
+from winehost.server_trace import Ace, FileCreation, SecuritySet, fields, file_creations, security_sets, unicode_string
 
 EXCERPT = r"""
 0038: init_first_thread( unix_pid=200, unix_tid=200, debug_level=0, reply_fd=5, wait_fd=8 )
@@ -79,3 +79,36 @@ def test_fields_split_at_commas_outside_braces_and_strings():
 
 def test_unicode_strings_undo_the_servers_escapes():
     assert unicode_string(r'L"C:\\a\"b\"\n\t\x00e9x\x4e2d\033\1"') == 'C:\\a"b"\n\t\u00e9x\u4e2d\x1b\x01'
+
+
+# A file created with a descriptor of its own (CreateFileW's security
+# attributes), one created without, and one whose creation the server
+# refused, in the agent's process of the excerpt above.
+CREATIONS = EXCERPT + r"""
+0058: create_file( access=40100080, sharing=00000000, create=5, options=00000060, attrs=00000080, objattr={rootdir=0000,attributes=00000040,sd={control=00001004,owner=<not present>,group=<not present>,sacl={},dacl={{type=ACCESS_ALLOWED,flags=3,mask=1fffff,sid=S-1-5-32-544},{type=ACCESS_ALLOWED,flags=3,mask=1fffff,sid=S-1-3-0},{type=ACCESS_ALLOWED,flags=3,mask=1fffff,sid=S-1-5-18}}},name=L"\\??\\C:\\Zent\\d.dmp"}, filename="/p/drive_c/Zent/d.dmp" )
+0058: create_file() = 0 { handle=0070 }
+0054: create_file( access=40100080, sharing=00000000, create=5, options=00000060, attrs=00000080, objattr={rootdir=0000,attributes=00000040,sd={},name=L"\\??\\C:\\Zent\\plain"}, filename="/p/drive_c/Zent/plain" )
+0054: create_file() = 0 { handle=0074 }
+0054: create_file( access=40100080, sharing=00000000, create=5, options=00000060, attrs=00000080, objattr={rootdir=0000,attributes=00000040,sd={control=00000004,owner=<not present>,group=<not present>,sacl={},dacl={}},name=L"\\??\\C:\\Locked\\d.dmp"}, filename="/p/drive_c/Locked/d.dmp" )
+0054: create_file() = ACCESS_DENIED
+0054: set_security_object( handle=0074, security_info=00000004, sd={control=00000004,owner=<not present>,group=<not present>,sacl={},dacl={}} )
+0054: set_security_object() = 0
+""".splitlines(keepends=True)
+
+
+def test_a_creation_with_a_descriptor_names_the_process_the_path_and_the_descriptor():
+    assert file_creations(CREATIONS)[0] == FileCreation(
+        image=AGENT, thread="0058", path="C:\\Zent\\d.dmp", control=0x1004,
+        dacl=[Ace("ACCESS_ALLOWED", 3, 0x1FFFFF, "S-1-5-32-544"), Ace("ACCESS_ALLOWED", 3, 0x1FFFFF, "S-1-3-0"),
+              Ace("ACCESS_ALLOWED", 3, 0x1FFFFF, "S-1-5-18")],
+        status="0")
+
+
+def test_a_creation_without_a_descriptor_is_left_out_and_a_refused_one_keeps_its_status():
+    assert file_creations(CREATIONS)[1:] == [FileCreation(
+        image=AGENT, thread="0054", path="C:\\Locked\\d.dmp", control=4, dacl=[], status="ACCESS_DENIED")]
+
+
+def test_a_handle_from_a_creation_names_its_path_for_a_later_set():
+    assert security_sets(CREATIONS)[4] == SecuritySet(
+        image=AGENT, thread="0054", path="C:\\Zent\\plain", security_info=4, control=4, dacl=[], status="0")

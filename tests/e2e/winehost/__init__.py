@@ -11,4 +11,4 @@ from .service import (SERVICE_ACCEPT_PAUSE_CONTINUE, SERVICE_ACCEPT_SHUTDOWN,
                       SERVICE_ACCEPT_STOP, ServiceError, ServiceStatus,
                       create_service, delete_service, query_service,
                       start_service, stop_service, wait_for_state)
-from .session import end_session, keep_session, restart_session, traced_session
+from .session import channel_session, end_session, keep_session, restart_session, traced_session

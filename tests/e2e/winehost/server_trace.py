@@ -127,14 +127,35 @@ def win32_path(nt_name):
     return nt_name[len(NT_PREFIX):] if nt_name.startswith(NT_PREFIX) else nt_name
 
 
+@dataclasses.dataclass
+class FileCreation:
+    image: str  # as in SecuritySet
+    thread: str
+    path: str  # the Win32 path asked for
+    control: int  # the control word of the descriptor the file is created with
+    dacl: list  # [Ace], in order
+    status: str  # the server's reply
+
+
 def security_sets(lines):
     """Every set_security_object in the trace's lines, in order, with the
     process and the path of the handle it was made on."""
+    return [found for found in _security(lines) if isinstance(found, SecuritySet)]
+
+
+def file_creations(lines):
+    """Every create_file in the trace's lines that gives the new file a
+    security descriptor of its own (CreateFileW's security attributes), in
+    order, with the process."""
+    return [found for found in _security(lines) if isinstance(found, FileCreation)]
+
+
+def _security(lines):
+    """The SecuritySet and FileCreation records of the trace, in order."""
     pending = {}  # thread -> (request name, arguments)
     process_of = {}  # thread -> process id
     images = {}  # process id -> image path
     handles = {}  # (process id, handle) -> Win32 path
-    found = []
     for line in lines:
         if not any(name in line for name in READ):
             continue
@@ -157,21 +178,29 @@ def security_sets(lines):
         elif name == "new_process" and status == "0":
             info = fields(braced(arguments["info"]))
             images[answer["pid"]] = unicode_string(info["imagepath"])
-        elif name in ("create_file", "open_file_object") and status == "0":
-            opened = arguments.get("objattr", "{}") if name == "create_file" else None
-            nt_name = fields(braced(opened)).get("name") if opened else arguments.get("filename")
+        elif name == "create_file":
+            opened = fields(braced(arguments.get("objattr", "{}")))
+            descriptor = fields(braced(opened.get("sd", "{}")))
+            path = win32_path(unicode_string(opened["name"])) if "name" in opened else None
+            if descriptor:
+                yield FileCreation(image=images.get(process), thread=thread, path=path,
+                                   control=int(descriptor.get("control", "0"), 16),
+                                   dacl=acl(descriptor.get("dacl", "{}")), status=status)
+            if status == "0" and path is not None:
+                handles[(process, answer["handle"])] = path
+        elif name == "open_file_object" and status == "0":
+            nt_name = arguments.get("filename")
             if nt_name is not None:
                 handles[(process, answer["handle"])] = win32_path(unicode_string(nt_name))
         elif name == "close_handle" and status == "0":
             handles.pop((process, arguments["handle"]), None)
         elif name == "set_security_object":
             descriptor = fields(braced(arguments["sd"]))
-            found.append(SecuritySet(image=images.get(process), thread=thread,
-                                     path=handles.get((process, arguments["handle"])),
-                                     security_info=int(arguments["security_info"], 16),
-                                     control=int(descriptor.get("control", "0"), 16),
-                                     dacl=acl(descriptor.get("dacl", "{}")), status=status))
-    return found
+            yield SecuritySet(image=images.get(process), thread=thread,
+                              path=handles.get((process, arguments["handle"])),
+                              security_info=int(arguments["security_info"], 16),
+                              control=int(descriptor.get("control", "0"), 16),
+                              dacl=acl(descriptor.get("dacl", "{}")), status=status)
 
 
 def read_security_sets(path):
@@ -179,3 +208,9 @@ def read_security_sets(path):
     writes megabytes a second."""
     with open(path, encoding="utf-8", errors="replace") as trace:
         return security_sets(trace)
+
+
+def read_file_creations(path):
+    """file_creations of a trace file, read line by line."""
+    with open(path, encoding="utf-8", errors="replace") as trace:
+        return file_creations(trace)

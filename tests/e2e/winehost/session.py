@@ -13,7 +13,10 @@ waits until the session is up. The session lasts until end_session() or the
 end of the test run.
 
 traced_session() runs one session under a wineserver that writes every
-request of every process to a file (server_trace.py reads it)."""
+request of every process to a file (server_trace.py reads it).
+channel_session() runs one session whose keeper has Wine's debug channels
+set and its standard error in a file, which the session's services, started
+from it, write to as well."""
 import atexit
 import contextlib
 import glob
@@ -30,15 +33,17 @@ READY_TIMEOUT = 600
 _keeper = None
 
 
-def keep_session():
-    """Starts the keeper unless it is running; run() calls this."""
+def keep_session(env=None, stderr=subprocess.DEVNULL):
+    """Starts the keeper unless it is running; run() calls this. env adds
+    variables to the keeper's, stderr is its standard error."""
     global _keeper
     if _keeper is not None and _keeper.poll() is None:
         return
     with tempfile.TemporaryDirectory(prefix="zent-session-") as folder:
         ready = os.path.join(folder, "ready")
         _keeper = subprocess.Popen([str(WINE_RUN), "cmd", "/k", f"type nul > {windows_path(ready)}"],
-                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                                   stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=stderr,
+                                   env={**os.environ, **(env or {})})
         deadline = time.monotonic() + READY_TIMEOUT
         while not os.path.exists(ready):
             if _keeper.poll() is not None or time.monotonic() > deadline:
@@ -87,6 +92,21 @@ def traced_session(trace_path):
 
 
 SERVER_EXIT_TIMEOUT = 60
+
+
+@contextlib.contextmanager
+def channel_session(winedebug, stderr_path):
+    """A session of its own whose keeper runs with WINEDEBUG=winedebug and
+    its standard error in stderr_path; the session's services.exe, started
+    from the keeper, hands both to the services. The session ends before
+    and after, so that the next program starts an ordinary one."""
+    restart_session()
+    with open(stderr_path, "wb") as stderr:
+        keep_session(env={"WINEDEBUG": winedebug}, stderr=stderr)
+    try:
+        yield
+    finally:
+        restart_session()
 
 
 def _wine_environment():

@@ -74,6 +74,7 @@ void InitZentSettings() {
     s_pfnNtQueryInformationProcess = reinterpret_cast<PFN_NtQueryInformationProcess>(
         reinterpret_cast<void*>(GetProcAddress(ntdll, "NtQueryInformationProcess")));
   }
+  PrepareCrashDumpSecurity();
   SetUnhandledExceptionFilter(ZentCrashFilter);
 }
 
