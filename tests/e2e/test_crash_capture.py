@@ -29,6 +29,7 @@ import tempfile
 import pytest
 
 import agent_host
+import driver_package
 import minidump
 from agent_host import INSTALL_DIR, SERVICE, AgentHost
 from crash_capture import (WINEDEBUG, debugger_output, debugger_texts, event_lines, event_stub_lines, log_thread,
@@ -61,6 +62,10 @@ def install(crash_in):
     agent_host.running["settings"] = None
     host = AgentHost()
     host.install(SETTINGS)
+    # The package's driver is read first; the driver is opened right after,
+    # to learn the running version, and that is where the crash comes.
+    driver_package.prepare_system()
+    driver_package.lay_out_package(host.dir)
     with open(host.path("config.rbf"), "wb") as f:
         f.write(b"rules of an earlier deployment")
     host.knob("mli", "CrashIn", crash_in)
@@ -108,6 +113,7 @@ def install_crashes():
                "second": second, "second_texts": second_texts, "second_size": second_size, "creations": creations}
     finally:
         host.remove()
+        driver_package.clear_system()
 
 
 def test_a_crash_in_install_ends_the_process_with_the_exception_code(install_crashes):
@@ -180,3 +186,4 @@ def test_a_crash_of_the_service_on_the_log_pump_thread(tmp_path):
         assert matches(event_stub_lines(DUMP), lines), lines
     finally:
         host.remove()
+        driver_package.clear_system()

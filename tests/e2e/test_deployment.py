@@ -290,3 +290,28 @@ def test_a_deployment_that_died_holding_the_mutex_does_not_block_the_next(host):
         ("ServiceInstall", "Service(ZentAgent) installed successfully"),
         ("TryToLoadDriverConfig", rf"Config file ({INSTALL_DIR}\config.rbf) does not exist or is a directory."),
         *ending("-install", 0)]
+
+
+def test_a_driver_that_wants_a_reboot_keeps_an_existing_service_and_leaves_the_rules_for_the_reboot(host):
+    create_service(SERVICE, OLD_COMMAND, display_name="Zent Agent of old")
+    before = registration()
+    with open(host.path("config.rbf"), "wb") as f:
+        f.write(RULES)
+    # No driver running: the package's is installed, and the network
+    # configuration says it works after a reboot.
+    host.copy_built("mlfilter.exe")
+    host.knob("mli", "OpenFails", 1)
+    host.knob("netcfg", "DriverServiceProgram", INSTALL_DIR + r"\mlfilter.exe")
+    host.knob("netcfg", "RebootRequired", 1)
+    done = host.deploy("-install")
+    assert done.exit_code == -110
+    assert registration() == before
+    assert host.record("mli", "ConfigLoads") is None
+    assert host.record("mli", "LoadedRuleFile") is None
+    assert last_run(host) == [
+        ("WinMain", "cmd: -install"),
+        ("WinMain", "ZentAgent -install"),
+        ("ServiceInstall", "InstallOrUpdateDriver success, but require reboot."),
+        ("ServiceInstall", "Service(ZentAgent) already exists. Skip CreateServiceW()."),
+        ("WinMain", "Unable to install service."),
+        *ending("-install", -110)]
