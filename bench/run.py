@@ -36,6 +36,10 @@ def steps(root, win, native):
         ("driver event records to the event log files, under Wine", [python, bench("event_throughput.py")]),
         ("Corvel's product code among 0/1,000/10,000 installed programs, under Wine",
          [wine, f"{win}/bench/uninstall_search_bench.exe"]),
+        ("the INF store searched for the driver's copy among 0/300/3,000 oemN.inf, under Wine",
+         [wine, f"{win}/bench/oem_files_bench.exe"]),
+        ("-install and -delete as whole runs against the same system calls bare, under Wine",
+         [python, bench("install_road.py")]),
     ]
 
 
