@@ -1,9 +1,11 @@
 """The agent's main job on the simulated suite, driver and server: installed
-as a service in the project's Wine prefix, started, heartbeating to the
+by the suite's patch agent with "ZentAgent.exe -install" (the filter driver
+through the network configuration, the service registered) in the project's
+Wine prefix, started, heartbeating to the
 management server's stand-in, given a policy and a host metadata query by
 that server, talked to over its pipe, given a manager policy through the pipe
-that reaches the driver too, and stopped, with the messages on the wire and
-what the agent wrote to its debug log at each step."""
+that reaches the driver too, and removed with "-delete", with the messages on
+the wire and what the agent wrote to its debug log at each step."""
 import datetime
 import json
 import os
@@ -14,12 +16,13 @@ import time
 here = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(here, "..", "tests", "e2e"))
 
-from agent_host import INSTALL_DIR, LINE, MISC_DIR, SERVICE, SINGLE_RECORD_DIR, AgentHost  # noqa: E402
+from agent_host import DRIVER_SERVICE, INSTALL_DIR, LINE, MISC_DIR, SERVICE, SINGLE_RECORD_DIR  # noqa: E402
+from deployment import DeploymentHost  # noqa: E402
 from driver_records import (ICMP, RECORD_NOT_LOGGED, SYN, TCP, UDP, KIND_GENERATOR, entry, ethernet, icmp,  # noqa: E402
                             ipv4, ipv6, record, tcp, udp)
 from event_pipeline import log_parameters_policy  # noqa: E402
 from winehost import unix_path  # noqa: E402
-from winehost import delete_key, end_session, read_ini, read_key, set_value  # noqa: E402
+from winehost import delete_key, end_session, query_service, read_ini, read_key, set_value  # noqa: E402
 from zent_server_stand_in import ZentServer, client_request  # noqa: E402
 
 import demo_host_queries as host_queries  # noqa: E402
@@ -400,17 +403,62 @@ def summary(server):
         print(f"      {what:70} answered {message.answer[:60].decode('latin-1')}")
 
 
+def show_install_log(agent, start):
+    """What the deployment command wrote to zent_install.log."""
+    for line in agent.install_log()[start:].split("\r\n"):
+        if LINE.match(line):
+            print("   ", line)
+
+
+def show_services():
+    for name in (SERVICE, DRIVER_SERVICE):
+        status = query_service(name)
+        print(f"    service {name}: " + ("not registered" if status is None else status.state))
+
+
+def install(agent):
+    """The suite's installer lays out the agent's folder with its driver
+    package; its patch agent runs "-install": no driver runs yet, so the
+    package's is installed as a network component, and the service is
+    registered."""
+    heading(f"The agent's folder {INSTALL_DIR}: ZentAgent.exe, the suite framework, driver access library, rule "
+            "compiler and transport stand-ins, and the driver package infsys\\Win7Release")
+    print("    settings: " + ", ".join(f"{k} {v}" for k, v in SETTINGS.items()))
+    delete_key(AGENT_KEY, missing_ok=True)
+    agent.lay_out({"ZENTSETTINGS": {**SETTINGS, "DebugLevel": 3}})
+    agent.copy_built("mlfilter.exe")
+    agent.knob("mli", "OpenFails", 1)
+    agent.knob("netcfg", "DriverServiceProgram", INSTALL_DIR + r"\mlfilter.exe")
+    heading("patchagent.exe runs ZentAgent.exe -install")
+    done = agent.deploy("-install")
+    print(f"    exit code {done.exit_code}")
+    show_install_log(agent, 0)
+    print(f"    the network configuration's journal: {len(agent.record('netcfg', 'Journal').splitlines())} calls, "
+          f"component installed: {agent.record('netcfg', 'Installed')}")
+    show_services()
+    # From here on the driver runs, and the agent's service is started as
+    # the suite would start it.
+    agent.knob("mli", "OpenFails", 0)
+    agent.write_settings({"ZENTSETTINGS": SETTINGS})
+
+
+def delete(agent):
+    """The patch agent removes the agent and its driver with "-delete"."""
+    heading("patchagent.exe runs ZentAgent.exe -delete")
+    start = len(agent.install_log())
+    done = agent.deploy("-delete")
+    print(f"    exit code {done.exit_code}")
+    show_install_log(agent, start)
+    show_services()
+
+
 def main():
     server = ZentServer().start()
-    agent = AgentHost()
+    agent = DeploymentHost()
     log = Log(agent)
     try:
         heading(f"Management server stand-in listening on {server.address}")
-        heading(f"Installing ZentAgent.exe in {INSTALL_DIR} with the suite framework, transport, driver "
-                "and driver service stand-ins")
-        print("    settings: " + ", ".join(f"{k} {v}" for k, v in SETTINGS.items()))
-        delete_key(AGENT_KEY, missing_ok=True)
-        agent.install({"ZENTSETTINGS": SETTINGS})
+        install(agent)
         agent.use_server(server)
         print(f"    the transport HvSock_64x.dll posts to http://{server.address}/brevon_zent/command")
         heading(f"sc start {SERVICE}")
@@ -427,10 +475,7 @@ def main():
         pipe_deployment(agent, log)
         event_pipeline(agent, log)
 
-        heading(f"sc stop {SERVICE}")
-        status = agent.stop()
-        print(f"    state {status.state}, accepted controls {status.controls_accepted}, "
-              f"Win32 exit code {status.win32_exit_code}")
+        delete(agent)
         log.show()
         summary(server)
     finally:

@@ -118,11 +118,23 @@ void InstallDriverComponent() {
   zentsim::WriteDword(kStandIn, L"Installed", 1);
 }
 
+// The component's removal unloads the filter: its service is stopped, and
+// waited for a few seconds, before it is deleted.
+void StopDriverService(SC_HANDLE service) {
+  SERVICE_STATUS status = {};
+  if (!ControlService(service, SERVICE_CONTROL_STOP, &status)) return;
+  for (int waited = 0; waited < 10000 && status.dwCurrentState != SERVICE_STOPPED; waited += 100) {
+    Sleep(100);
+    if (!QueryServiceStatus(service, &status)) return;
+  }
+}
+
 void RemoveDriverComponent() {
   SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
   if (manager != nullptr) {
-    SC_HANDLE service = OpenServiceW(manager, L"mlfilter", DELETE);
+    SC_HANDLE service = OpenServiceW(manager, L"mlfilter", DELETE | SERVICE_STOP | SERVICE_QUERY_STATUS);
     if (service != nullptr) {
+      StopDriverService(service);
       DeleteService(service);
       CloseServiceHandle(service);
     }

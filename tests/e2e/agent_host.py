@@ -93,7 +93,7 @@ class AgentHost:
                     # suite's engineers turn it off over the pipe.
                     self.send("self-protection", "off")
                 stop_service(name, check=False)
-                wait_for_state(name, "STOPPED", timeout=60)
+                wait_until_stopped_or_gone(name)
             delete_service(name, check=False)
         delete_key(SIM_KEY, missing_ok=True)
         shutil.rmtree(self.dir, ignore_errors=True)
@@ -241,6 +241,16 @@ class AgentHost:
                     return match
             time.sleep(0.2)
         raise AssertionError(f"{pattern!r} not in {name} after {timeout} s:\n{self.log(name)[-3000:]}")
+
+
+def wait_until_stopped_or_gone(name, timeout=60):
+    """After a stop control: a service already marked for deletion goes as
+    it stops."""
+    deadline = time.monotonic() + timeout
+    while (status := query_service(name)) is not None and status.state != "STOPPED":
+        if time.monotonic() > deadline:
+            raise AssertionError(f"{name} still {status.state} after {timeout} s")
+        time.sleep(0.2)
 
 
 _script_numbers = itertools.count(1)
