@@ -8,7 +8,7 @@
 #include <cstdio>
 
 #include "bench/metadata_bench.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 int wmain() {
   // No debug log: the figures are the queries'.

@@ -21,9 +21,9 @@
 #include <vector>
 
 #include "bench/interleaved_rounds.h"
+#include "log/debug_log.h"
 #include "metadata/parse_query_meta_xml.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
+#include "records/settings.h"
 #include "util/reg_ex_impl.h"
 #include "util/text_lines.h"
 

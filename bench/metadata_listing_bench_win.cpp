@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "bench/interleaved_rounds.h"
+#include "log/debug_log.h"
 #include "metadata/parse_query_meta_xml.h"
-#include "service/debug_log.h"
 
 namespace {
 

@@ -23,12 +23,12 @@
 #include <vector>
 
 #include "bench/interleaved_rounds.h"
+#include "log/debug_log.h"
 #include "metadata/get_hmd_running_processes.h"
 #include "metadata/parse_query_meta_xml.h"
 #include "metadata/process_owner.h"
 #include "metadata/running_process_calls_win.h"
-#include "service/crash_filter_win.h"
-#include "service/debug_log.h"
+#include "records/entry_points_win.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include "driver/driver_versions_win.h"
 #include "interleaved_rounds.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 #include "peak_memory.h"
 #include "policy/agent_config_document.h"
 #include "policy_generator.h"
-#include "service/settings.h"
+#include "records/settings.h"
 #include "util/wide_path_file.h"
 
 namespace {

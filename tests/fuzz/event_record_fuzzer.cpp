@@ -18,7 +18,7 @@
 #include "eventlog/cached_record.h"
 #include "eventlog/format_record.h"
 #include "eventlog/log_record.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 namespace {
 

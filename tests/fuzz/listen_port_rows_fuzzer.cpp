@@ -22,7 +22,7 @@
 #include "metadata/listen_port_objects.h"
 #include "metadata/listen_port_rows.h"
 #include "metadata/result_shell.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <string>
 
-#include "service/settings.h"
+#include "records/settings.h"
 #include "util/reg_ex_impl.h"
 
 namespace {

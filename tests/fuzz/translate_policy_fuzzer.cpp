@@ -12,7 +12,7 @@
 #include "policy/agent_config_document.h"
 #include "policy/load_raw_config_xml_file.h"
 #include "policy/raw_config.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "metadata/get_hmd_running_processes.h"
 #include "metadata/process_owner.h"
 #include "metadata/process_reads.h"
-#include "service/crash_filter_win.h"
+#include "records/entry_points_win.h"
 #include "util/text_win.h"
 
 namespace {

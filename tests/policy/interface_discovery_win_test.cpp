@@ -14,12 +14,12 @@
 #include <set>
 #include <sstream>
 
+#include "log/debug_log.h"
 #include "policy/driver_interfaces.h"
 #include "policy/platform_interfaces.h"
 #include "policy/working_interfaces.h"
 #include "policy_test_support.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "records/engine_state_win.h"
 #include "stand_in_key.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "log/debug_log.h"
 #include "policy_test_support.h"
-#include "service/debug_log.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <regex>
 
 #include "eventlog/cache_parameters.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "support/scratch_file.h"
 
 std::string PolicyDocument(const std::string& body) {

@@ -9,7 +9,7 @@
 
 #include "policy/load_raw_config_xml_file.h"
 #include "policy/platform_interfaces.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 // body inside Message, Request, SecurityConfiguration.
 std::string PolicyDocument(const std::string& body);

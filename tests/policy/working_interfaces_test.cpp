@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "log/debug_log.h"
 #include "policy/interface_mask.h"
 #include "policy_test_support.h"
-#include "service/debug_log.h"
 
 namespace {
 

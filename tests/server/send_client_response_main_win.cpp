@@ -9,9 +9,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "server/server_conversation_win.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 #include "util/brvn_win.h"
 #include "util/whole_file.h"
 #include "util/wide_path_file.h"

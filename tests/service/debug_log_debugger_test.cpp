@@ -1,6 +1,6 @@
 // What the debug log writer gives the debugger: the line without its time
 // stamp when DbgviewLog is on, and the note of a failed file write always.
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 #include <gtest/gtest.h>
 

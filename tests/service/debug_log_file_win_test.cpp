@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <string>
 
-#include "service/debug_log.h"
-#include "service/settings.h"
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "support/temp_folder_win.h"
 #include "support/test_files.h"
 

@@ -1,6 +1,6 @@
 // The debug log writer: whole lines, byte for byte, as the log file and the
 // debugger receive them.
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "support/scratch_file.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 
 #ifdef _WIN32
 #include <windows.h>
-#include "service/engine_state_win.h"
+#include "records/engine_state_win.h"
 #define hLogFileEvent g_Engine.hLogFileEvent
 #else
 extern std::atomic<int> s_LogRotationRequests;

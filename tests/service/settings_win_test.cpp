@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "service/settings.h"
+#include "records/settings.h"
 #include "service/settings_win.h"
 #include "support/temp_folder_win.h"
 

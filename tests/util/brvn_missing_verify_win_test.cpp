@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "service/settings.h"
+#include "records/settings.h"
 #include "support/temp_folder_win.h"
 
 namespace {

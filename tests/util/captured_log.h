@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "support/scratch_file.h"
 
 class CapturedLog {

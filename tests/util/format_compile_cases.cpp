@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <string>
 
-#include "util/format.h"
+#include "log/format.h"
 
 void Use(std::string& out) {
   std::string narrow = "text";

@@ -1,6 +1,6 @@
 // Expectations follow the Windows C runtime's meanings of each conversion,
 // written by hand; the result is the 8-bit text a log line holds.
-#include "util/format.h"
+#include "log/format.h"
 
 #include <gtest/gtest.h>
 

@@ -4,9 +4,9 @@
 
 #include "exit_status.h"
 #include "interfaces_file.h"
+#include "log/debug_log.h"
 #include "policy/agent_config_document.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
+#include "records/settings.h"
 #include "usage_text.h"
 #include "util/cred_machine_decrypt.h"
 #include "util/wide_path_file.h"

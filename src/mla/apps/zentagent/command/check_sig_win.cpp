@@ -2,7 +2,7 @@
 
 #include <psapi.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/brvn_win.h"
 
 bool CheckSigWithPid(ULONG clientPid) {

@@ -1,5 +1,7 @@
 // CmdProcessFn: reads the three pipe instances in turn, authenticates the
 // peer, reassembles each message and runs its handler on this thread.
+#include "command/cmd_process_win.h"
+
 #include <windows.h>
 
 #include <string>
@@ -9,10 +11,9 @@
 #include "command/pipe_handlers_win.h"
 #include "command/pipe_server_win.h"
 #include "command/reassembly.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
-#include "service/workers_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 
 namespace {
 

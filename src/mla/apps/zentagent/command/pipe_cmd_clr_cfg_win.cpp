@@ -4,10 +4,10 @@
 
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
+#include "log/debug_log.h"
 #include "policy/deployment_lock.h"
 #include "policy/policy_files.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "records/engine_state_win.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
+#include "log/debug_log.h"
 #include "metadata/parse_query_meta_xml.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "util/wide_path_file.h"
 
 int PipeCmdGetMetaData(int pipeIndex, CommandHeader* header, std::string_view message) {

@@ -7,10 +7,10 @@
 
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "server/parse_multi_cmd_xml_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
 #include "util/wide_path_file.h"
 
 int PipeCmdMulti(int pipeIndex, CommandHeader* header, std::string_view message) {

@@ -1,6 +1,6 @@
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 int PipeCmdPing(int pipeIndex, CommandHeader* header, std::string_view) {
   int rc = SendSimpleReply(pipeIndex, *header, 0);

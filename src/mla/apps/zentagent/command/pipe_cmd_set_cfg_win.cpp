@@ -4,11 +4,11 @@
 
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
+#include "log/debug_log.h"
 #include "policy/compile_and_send_config_win.h"
 #include "policy/deployment_lock.h"
 #include "policy/policy_files.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "records/engine_state_win.h"
 #include "util/whole_file.h"
 
 int PipeCmdSetCfg(int pipeIndex, CommandHeader* header, std::string_view message) {

@@ -1,6 +1,6 @@
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 int PipeCmdUnknown(int pipeIndex, CommandHeader* header, std::string_view) {
   ZENT_LOG(1, L"Unknown Command(%d) , reset!\n", header->Command);

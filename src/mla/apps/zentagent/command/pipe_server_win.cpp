@@ -3,8 +3,8 @@
 #include <cstring>
 #include <cwchar>
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "command/send_cmd_win.h"
 
 #include "command/pipe_server_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 int SendCmdToClient(int pipeIndex, CommandHeader* header, DWORD cmdLength) {
   SYSTEMTIME now;

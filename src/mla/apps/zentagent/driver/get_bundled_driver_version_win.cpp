@@ -1,6 +1,6 @@
 #include "driver/driver_files_win.h"
 #include "driver/driver_versions_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/file_version_win.h"
 
 bool GetBundledDriverVersion() {

@@ -3,8 +3,8 @@
 #include "driver/driver_files_win.h"
 #include "driver/driver_version.h"
 #include "driver/driver_versions_win.h"
+#include "log/debug_log.h"
 #include "platform/mli.h"
-#include "service/debug_log.h"
 #include "util/file_version_win.h"
 
 namespace {

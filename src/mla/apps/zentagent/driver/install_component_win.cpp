@@ -8,7 +8,7 @@
 #include "driver/inf_source_folder.h"
 #include "driver/net_cfg_win.h"
 #include "driver/network_results.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include "driver/driver_versions_win.h"
 #include "driver/network_component_win.h"
 #include "driver/network_results.h"
+#include "log/debug_log.h"
 #include "policy/policy_files.h"
-#include "service/debug_log.h"
 #include "util/reg_key_win.h"
 #include "util/text_win.h"
 

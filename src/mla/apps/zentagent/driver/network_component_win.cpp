@@ -4,7 +4,7 @@
 #include "driver/driver_files_win.h"
 #include "driver/inf_names.h"
 #include "driver/network_results.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include "driver/driver_versions_win.h"
 #include "driver/oem_inf_file.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/process_win.h"
 #include "util/whole_file.h"
 

@@ -2,7 +2,7 @@
 #include "driver/driver_files_win.h"
 #include "driver/net_cfg_win.h"
 #include "driver/network_results.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

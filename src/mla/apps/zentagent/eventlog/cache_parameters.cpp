@@ -1,6 +1,6 @@
 #include "eventlog/cache_parameters.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 std::recursive_mutex cacheLock;
 

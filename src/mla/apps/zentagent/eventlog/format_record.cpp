@@ -2,7 +2,7 @@
 
 #include "eventlog/column_buffer.h"
 #include "eventlog/record_appenders.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

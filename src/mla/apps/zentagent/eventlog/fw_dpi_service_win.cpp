@@ -1,13 +1,14 @@
 // FwDpiServiceFn: the pump that takes the driver's event records out with
 // mli_get_log, and the timer that makes the driver hand over what it buffers
 // and tries the record cache again.
+#include "eventlog/fw_dpi_service_win.h"
+
 #include "eventlog/cache_parameters.h"
 #include "eventlog/event_files_win.h"
 #include "eventlog/process_log_data_win.h"
+#include "log/debug_log.h"
 #include "platform/mli.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/workers_win.h"
+#include "records/engine_state_win.h"
 #include "util/brvn_win.h"
 #include "util/text_win.h"
 

@@ -1,6 +1,6 @@
 #include "eventlog/log_record.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 bool CopyLogRecord(const void* record, const void* extra, uint32_t extraLength, LogRecordCopy& copy) {
   const auto* block = static_cast<const uint8_t*>(record);

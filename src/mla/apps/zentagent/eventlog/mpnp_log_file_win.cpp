@@ -2,7 +2,7 @@
 // copies zent_mpnp.1 up to zent_mpnp.<s_NumberOfOldCopies>.
 #include "eventlog/cache_parameters.h"
 #include "eventlog/event_files_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 std::wstring s_MpnpLogPath;
 HANDLE hMpnpLog = INVALID_HANDLE_VALUE;

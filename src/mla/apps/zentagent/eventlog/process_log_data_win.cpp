@@ -2,7 +2,7 @@
 #include "eventlog/event_files_win.h"
 #include "eventlog/format_record.h"
 #include "eventlog/process_log_data_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 int ProcessLogData(const void* record, const void* extra, uint32_t extraLength) {
   // 64 KB is too much for the pump's stack beside the formatter's buffer;

@@ -2,7 +2,7 @@
 // single-record file cannot be written; past its bound the oldest goes.
 #include "eventlog/cache_parameters.h"
 #include "eventlog/event_files_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 std::vector<CachedRecord> recordCache;
 

@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 
 #include "eventlog/event_files_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/private_file_acl_win.h"
 
 void SecureFileOrDirectory(const std::wstring& path) {

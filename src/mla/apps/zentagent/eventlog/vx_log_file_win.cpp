@@ -3,7 +3,7 @@
 #include <rpc.h>
 
 #include "eventlog/event_files_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 std::wstring s_VxLogDirectory;
 HANDLE hVxLog = INVALID_HANDLE_VALUE;

@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "eventlog/event_files_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/crt_errno.h"
 
 namespace {

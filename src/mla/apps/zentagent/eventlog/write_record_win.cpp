@@ -1,7 +1,7 @@
 // WriteRecord: one cached record to its single-record file, then to the
 // main log. Only the single-record file decides whether it leaves the cache.
 #include "eventlog/event_files_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 int WriteRecord(const CachedRecord& record) {
   std::string line = SingleRecordLine(record);

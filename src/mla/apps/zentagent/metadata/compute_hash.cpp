@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

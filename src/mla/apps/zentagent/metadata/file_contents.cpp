@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <new>
 
+#include "log/debug_log.h"
 #include "metadata/compute_hash.h"
 #include "metadata/result_shell.h"
-#include "service/debug_log.h"
 #include "util/reg_ex_impl.h"
 
 namespace {

@@ -1,8 +1,8 @@
 #include "metadata/file_info_attributes.h"
 
+#include "log/format.h"
 #include "metadata/result_shell.h"
 #include "util/file_name.h"
-#include "util/format.h"
 
 const VersionAttributeRow VersionAttributeTable[kVersionAttributeRows] = {
     {"\\StringFileInfo\\%04x%04x\\FileVersion", "fileVersionOVI"},

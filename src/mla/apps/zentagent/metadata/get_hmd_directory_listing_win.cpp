@@ -1,8 +1,8 @@
 #include <new>
 
+#include "log/debug_log.h"
 #include "metadata/directory_listing.h"
 #include "metadata/get_hmd_directory_listing.h"
-#include "service/debug_log.h"
 #include "util/dir_win.h"
 #include "util/path_exists.h"
 

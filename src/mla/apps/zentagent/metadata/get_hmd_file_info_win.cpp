@@ -5,11 +5,11 @@
 #include <new>
 #include <vector>
 
+#include "log/debug_log.h"
 #include "metadata/compute_hash.h"
 #include "metadata/file_info_attributes.h"
 #include "metadata/get_hmd_file_info.h"
 #include "metadata/result_shell.h"
-#include "service/debug_log.h"
 #include "util/file_name.h"
 #include "util/text_win.h"
 

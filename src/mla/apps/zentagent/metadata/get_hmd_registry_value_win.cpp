@@ -1,9 +1,9 @@
+#include "log/debug_log.h"
 #include "metadata/compute_hash.h"
 #include "metadata/get_hmd_registry_value.h"
 #include "metadata/queried_registry_key_win.h"
 #include "metadata/registry_text.h"
 #include "metadata/result_shell.h"
-#include "service/debug_log.h"
 #include "util/utf8_check.h"
 
 namespace {

@@ -1,10 +1,10 @@
 #include "metadata/get_hmd_running_processes.h"
 
+#include "log/debug_log.h"
 #include "metadata/compute_hash.h"
 #include "metadata/process_owner.h"
 #include "metadata/process_reads.h"
 #include "metadata/result_shell.h"
-#include "service/debug_log.h"
 #include "util/utf16_text.h"
 
 namespace {

@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "log/debug_log.h"
 #include "metadata/compute_hash.h"
 #include "metadata/result_shell.h"
 #include "metadata/service_objects.h"
-#include "service/debug_log.h"
 #include "util/text_win.h"
 
 namespace {

@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
+#include "log/debug_log.h"
 #include "metadata/registry_text.h"
 #include "metadata/result_shell.h"
-#include "service/debug_log.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <cstring>
 
+#include "log/debug_log.h"
+#include "log/format.h"
 #include "metadata/result_shell.h"
-#include "service/debug_log.h"
-#include "util/format.h"
 
 namespace {
 

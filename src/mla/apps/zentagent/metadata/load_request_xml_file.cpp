@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/wide_path_file.h"
 
 int LoadRequestXMlFile(MetaRequest& request, FILE* file) {

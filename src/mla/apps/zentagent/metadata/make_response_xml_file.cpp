@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/wide_path_file.h"
 
 namespace {

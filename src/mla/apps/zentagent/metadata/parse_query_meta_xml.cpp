@@ -3,10 +3,10 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "log/debug_log.h"
 #include "metadata/load_request_xml_file.h"
 #include "metadata/make_response_xml_file.h"
 #include "metadata/meta_request.h"
-#include "service/debug_log.h"
 #include "util/wide_path_file.h"
 
 int ParseQueryMetaXml(const std::wstring& requestPath, const std::wstring& responsePath) {

@@ -1,7 +1,7 @@
 #include "metadata/process_owner.h"
 
+#include "log/debug_log.h"
 #include "metadata/well_known_sids.h"
-#include "service/debug_log.h"
 
 SidNameCaches s_SidNameCaches;
 

@@ -1,6 +1,6 @@
 #include "metadata/queried_registry_key_win.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/utf8_check.h"
 
 bool OpenQueriedRegistryKey(utilRegKey& key, const std::string& keyPath) {

@@ -4,7 +4,7 @@
 #include <sddl.h>
 #include <tlhelp32.h>
 
-#include "service/crash_filter_win.h"
+#include "records/entry_points_win.h"
 #include "util/text_win.h"
 
 namespace {

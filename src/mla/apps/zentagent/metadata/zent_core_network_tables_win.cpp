@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "log/debug_log.h"
 #include "metadata/listen_port_objects.h"
 #include "metadata/listen_ports_win.h"
-#include "service/debug_log.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // AgentConfiguration: the feature flags and the system settings.
 #include <cstring>
 
+#include "log/debug_log.h"
 #include "policy/policy_tree.h"
 #include "policy/raw_config_passes.h"
-#include "service/debug_log.h"
 
 using tinyxml2::XMLElement;
 

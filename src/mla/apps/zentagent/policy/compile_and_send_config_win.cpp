@@ -1,8 +1,8 @@
 #include <windows.h>
 
+#include "log/debug_log.h"
 #include "policy/compile_and_send_config_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "records/engine_state_win.h"
 #include "util/process_win.h"
 
 namespace {

@@ -2,11 +2,11 @@
 
 #include <string>
 
+#include "log/debug_log.h"
 #include "policy/element_attributes.h"
 #include "policy/get_ports.h"
 #include "policy/port_items.h"
 #include "policy/strict_attribute.h"
-#include "service/debug_log.h"
 #include "util/base64_decode.h"
 
 using tinyxml2::XMLDocument;

@@ -1,7 +1,7 @@
 // CreateConfig: the order of the agent configuration document's sections.
+#include "log/debug_log.h"
 #include "policy/agent_config_document.h"
 #include "policy/config_sections.h"
-#include "service/debug_log.h"
 
 int CreateConfig(RawConfig& rawConfig, tinyxml2::XMLPrinter& document) {
   // WQX plays no part; with DPI alone the packet filters are written all

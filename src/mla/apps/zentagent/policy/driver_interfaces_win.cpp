@@ -2,9 +2,9 @@
 
 #include <vector>
 
+#include "log/debug_log.h"
 #include "policy/driver_interfaces.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "records/engine_state_win.h"
 
 bool GetDriverInterfaces(AttrMapIndex& map) {
   std::vector<unsigned char> buffer(4 + MLI_IFCONFIG_MAX_ENTRIES * MLI_IFCONFIG_ENTRY_SIZE, 0);

@@ -3,9 +3,9 @@
 #include <initializer_list>
 #include <vector>
 
+#include "log/debug_log.h"
 #include "policy/strict_attribute.h"
 #include "policy/strict_integer.h"
-#include "service/debug_log.h"
 
 namespace {
 

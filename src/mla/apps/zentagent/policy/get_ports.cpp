@@ -1,7 +1,7 @@
 #include "policy/get_ports.h"
 
+#include "log/debug_log.h"
 #include "policy/strict_attribute.h"
-#include "service/debug_log.h"
 
 bool GetPorts(RawConfig& rawConfig, const AttrMap& attrs, std::string& portRange) {
   auto id = attrs.find("id");

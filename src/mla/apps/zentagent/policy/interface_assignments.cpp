@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "log/debug_log.h"
 #include "policy/element_attributes.h"
 #include "policy/strict_attribute.h"
-#include "service/debug_log.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <tinyxml2.h>
 
+#include "log/debug_log.h"
 #include "policy/raw_config_passes.h"
-#include "service/debug_log.h"
 
 int LoadRawConfigXmlFile(RawConfig& rawConfig, FILE* file) {
   tinyxml2::XMLDocument doc;

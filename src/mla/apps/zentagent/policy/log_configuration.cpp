@@ -3,9 +3,9 @@
 #include <cstring>
 
 #include "eventlog/cache_parameters.h"
+#include "log/debug_log.h"
 #include "policy/policy_tree.h"
 #include "policy/raw_config_passes.h"
-#include "service/debug_log.h"
 
 using tinyxml2::XMLAttribute;
 using tinyxml2::XMLElement;

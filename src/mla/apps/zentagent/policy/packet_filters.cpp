@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "log/debug_log.h"
 #include "policy/interface_mask.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
+#include "records/settings.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "log/debug_log.h"
 #include "policy/agent_config_document.h"
 #include "policy/load_raw_config_xml_file.h"
-#include "service/debug_log.h"
 #include "util/wide_path_file.h"
 
 int ParseRawConfigXml(RawConfig& rawConfig, const std::wstring& inputPath, const std::wstring& outputPath) {

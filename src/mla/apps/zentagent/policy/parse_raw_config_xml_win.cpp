@@ -1,7 +1,7 @@
+#include "log/debug_log.h"
 #include "policy/agent_config_document.h"
 #include "policy/driver_interfaces.h"
 #include "policy/platform_interfaces.h"
-#include "service/debug_log.h"
 
 int ParseRawConfigXml(const std::wstring& inputPath, const std::wstring& outputPath) {
   RawConfig rawConfig;

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "log/debug_log.h"
 #include "policy/element_attributes.h"
 #include "policy/interface_mask.h"
 #include "policy/strict_attribute.h"
 #include "policy/strict_integer.h"
-#include "service/debug_log.h"
 #include "util/base64_decode.h"
 
 using tinyxml2::XMLElement;

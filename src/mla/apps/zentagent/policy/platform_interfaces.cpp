@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/mac_text.h"
 
 namespace {

@@ -6,9 +6,9 @@
 
 #include <cstdlib>
 
+#include "log/debug_log.h"
 #include "policy/bridge_interfaces.h"
 #include "policy/platform_interfaces.h"
-#include "service/debug_log.h"
 #include "util/text_win.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "service/settings.h"
+#include "records/settings.h"
 
 inline constexpr wchar_t kMlmConfigXmlName[] = L"zent_agent.encxml";  // the manager policy as last received
 inline constexpr wchar_t kConfigXmlName[] = L"config.xml";            // the agent configuration document

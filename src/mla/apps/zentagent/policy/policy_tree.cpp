@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "log/debug_log.h"
 #include "policy/strict_integer.h"
-#include "service/debug_log.h"
 
 using tinyxml2::XMLAttribute;
 using tinyxml2::XMLElement;

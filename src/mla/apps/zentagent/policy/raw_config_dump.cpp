@@ -1,6 +1,6 @@
 #include "policy/raw_config.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 std::array<RawConfigMapRef, kRawConfigMapCount> RawConfigMaps(RawConfig& c) {
   return {{

@@ -4,8 +4,8 @@
 #include <iterator>
 #include <string>
 
+#include "log/debug_log.h"
 #include "policy/element_attributes.h"
-#include "service/debug_log.h"
 #include "util/base64_decode.h"
 
 using tinyxml2::XMLElement;

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "log/debug_log.h"
 #include "policy/compile_and_send_config_win.h"
-#include "service/debug_log.h"
 
 int SendConfig(MLI_HANDLE driverHandle, const std::wstring& rbfPath) {
   if (driverHandle == nullptr) {

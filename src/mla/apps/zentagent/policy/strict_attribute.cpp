@@ -1,7 +1,7 @@
 #include "policy/strict_attribute.h"
 
+#include "log/debug_log.h"
 #include "policy/strict_integer.h"
-#include "service/debug_log.h"
 
 bool StrictAttribute(RawConfig& rawConfig, const char* mapName, std::string_view entryKey, const AttrMap& attrs,
                      std::string_view key, int32_t& value) {

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

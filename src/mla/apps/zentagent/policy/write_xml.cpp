@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <string>
 
+#include "log/debug_log.h"
 #include "policy/agent_config_document.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
+#include "records/settings.h"
 #include "util/cred_machine_encrypt.h"
 #include "util/wide_path_file.h"
 

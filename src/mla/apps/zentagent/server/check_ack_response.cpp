@@ -1,5 +1,5 @@
+#include "log/debug_log.h"
 #include "server/server_reply.h"
-#include "service/debug_log.h"
 #include "util/json_text.h"
 
 bool checkAckResponse(const std::string& text, bool* pipeClosed) {

@@ -1,5 +1,5 @@
+#include "log/debug_log.h"
 #include "server/server_reply.h"
-#include "service/debug_log.h"
 
 int checkServerResponseType(const rapidjson::Value& value) {
   if (!value.IsObject()) {

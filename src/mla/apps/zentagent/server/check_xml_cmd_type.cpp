@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/wide_path_file.h"
 
 using tinyxml2::XMLDocument;

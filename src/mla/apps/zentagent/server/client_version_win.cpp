@@ -2,9 +2,9 @@
 // long heartbeat reports as the installer's version. Read anew each time.
 #include <vector>
 
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "server/server_conversation_win.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 
 bool getClientVersion(uint32_t version[4]) {
   std::wstring path = s_Settings.workingDirectory + L"\\ZentAgent.exe";

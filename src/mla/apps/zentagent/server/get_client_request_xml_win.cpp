@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <mutex>
 
+#include "log/debug_log.h"
 #include "policy/deployment_lock.h"
+#include "records/settings.h"
 #include "server/server_conversation_win.h"
 #include "server/server_reply.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 #include "util/text_win.h"
 #include "util/utf8_check.h"
 #include "util/wide_path_file.h"

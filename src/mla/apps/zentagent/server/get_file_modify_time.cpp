@@ -2,7 +2,7 @@
 
 #include <sys/stat.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/low_byte_text.h"
 
 int32_t GetFileModifyTime(std::wstring path) {

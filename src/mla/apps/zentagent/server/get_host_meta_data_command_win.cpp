@@ -2,9 +2,9 @@
 // document goes back through the callback, or nowhere on the pipe path.
 #include <string>
 
+#include "log/debug_log.h"
 #include "metadata/parse_query_meta_xml.h"
 #include "server/multi_commands_win.h"
-#include "service/debug_log.h"
 #include "util/whole_file.h"
 
 void RunGetHostMetaData(int index, const CommandFileNames& files, ClientResponseCallback callback) {

@@ -1,6 +1,6 @@
 #include "server/heartbeat_message.h"
 
-#include "util/format.h"
+#include "log/format.h"
 
 const char* ProcessorArchitectureName(uint16_t architecture) {
   switch (architecture) {

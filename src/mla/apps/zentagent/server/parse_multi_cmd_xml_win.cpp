@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <cstring>
 
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "server/command_document.h"
 #include "server/multi_commands_win.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 #include "util/wide_path_file.h"
 
 // windows.h has an XMLDocument of its own.

@@ -1,10 +1,10 @@
 // processClientRequest: the bridge from a heartbeat's reply to the commands
 // it carries, through notify_request.xml.
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "server/parse_multi_cmd_xml_win.h"
 #include "server/server_conversation_win.h"
-#include "service/engine_state_win.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 
 bool processClientRequest(const std::string& response, uint32_t* rapid) {
   std::wstring requestXmlPath = s_Settings.workingDirectory + L"\\notify_request.xml";

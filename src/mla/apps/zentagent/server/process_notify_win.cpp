@@ -1,16 +1,17 @@
 // ProcessNotifyFn: the server conversation. A heartbeat goes out when the
 // first-heartbeat timer runs out, on the notify event, on the scheduled
 // timer when it is enabled, and after the rapid wait a reply asked for.
+#include "server/process_notify_win.h"
+
 #include <mutex>
 #include <vector>
 
+#include "log/debug_log.h"
 #include "policy/deployment_lock.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "server/heartbeat_message.h"
 #include "server/server_conversation_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
-#include "service/workers_win.h"
 #include "util/text_win.h"
 
 DWORD WINAPI ProcessNotifyFn(LPVOID) {

@@ -1,9 +1,9 @@
 // sendClientResponse: a metadata result posted back to the server. Only the
 // server's "pipe closed" answer is worth another try.
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "server/server_conversation_win.h"
 #include "server/server_reply.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 
 bool sendClientResponse(const std::string& content, int responseType) {
   if (responseType != kUpdateHostMetaDataResponse) return false;

@@ -7,15 +7,15 @@
 #include <mutex>
 #include <string>
 
+#include "log/debug_log.h"
 #include "policy/agent_config_document.h"
 #include "policy/compile_and_send_config_win.h"
 #include "policy/deployment_lock.h"
 #include "policy/policy_files.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "server/get_file_modify_time.h"
 #include "server/multi_commands_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
 #include "util/cred_machine_encrypt.h"
 #include "util/reg_key_win.h"
 #include "util/whole_file.h"

@@ -1,8 +1,8 @@
 // talkToZentServer: the only road to the management server. The transport
 // library owns the HTTP exchange and hands the answer over in a file.
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "server/server_conversation_win.h"
-#include "service/debug_log.h"
-#include "service/settings.h"
 #include "util/brvn_win.h"
 #include "util/low_byte_text.h"
 #include "util/whole_file.h"

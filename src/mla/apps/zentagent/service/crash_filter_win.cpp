@@ -7,7 +7,8 @@
 // MiniDumpWriteDump reads it so, and faults on a naturally aligned copy.
 #include <dbghelp.h>
 
-#include "service/settings.h"
+#include "records/entry_points_win.h"
+#include "records/settings.h"
 #include "util/private_file_acl_win.h"
 
 namespace {

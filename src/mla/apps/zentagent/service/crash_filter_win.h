@@ -1,13 +1,7 @@
-// Crash support resolved at start-up; the crash capture uses them.
+// The crash capture: the filter every thread's unhandled exception ends in.
 #pragma once
 
 #include <windows.h>
-
-typedef BOOL(WINAPI* PFN_MiniDumpWriteDump)(HANDLE, DWORD, HANDLE, int, void*, void*, void*);
-typedef LONG(WINAPI* PFN_NtQueryInformationProcess)(HANDLE, int, void*, ULONG, ULONG*);
-
-extern PFN_MiniDumpWriteDump s_pfnMiniDumpWriteDump;
-extern PFN_NtQueryInformationProcess s_pfnNtQueryInformationProcess;
 
 // Makes, once at start, the security descriptor that zent_agent.dmp is
 // created with, so that the filter itself needs no heap; without it there

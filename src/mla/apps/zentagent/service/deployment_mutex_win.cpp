@@ -1,6 +1,6 @@
 #include "service/deployment_mutex_win.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <string>
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "service/settings_win.h"
 #include "util/brvn_win.h"
 #include "util/file_version_win.h"

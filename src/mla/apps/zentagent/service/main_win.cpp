@@ -6,7 +6,7 @@
 #include <string>
 
 #include "driver/network_component_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "service/deployment_mutex_win.h"
 #include "service/init_service_win.h"
 #include "service/parent_signature_win.h"

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/brvn_win.h"
 #include "util/process_win.h"
 

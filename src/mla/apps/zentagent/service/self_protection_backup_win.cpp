@@ -1,8 +1,8 @@
 #include <windows.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
+#include "records/settings.h"
 #include "service/self_protection_backup_win.h"
-#include "service/settings.h"
 
 void BackUpSelfProtection(bool on) {
   if (!WritePrivateProfileStringW(L"SelfProtection", L"Service", on ? L"1" : L"0", s_Settings.iniFile.c_str())) {

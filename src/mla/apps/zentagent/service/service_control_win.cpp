@@ -4,7 +4,7 @@
 #include <windows.h>
 
 #include "driver/install_or_update_driver_win.h"
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "service/zent_control_win.h"
 
 namespace {

@@ -1,11 +1,12 @@
 #include <windows.h>
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
-#include "service/settings_win.h"
-#include "service/crash_filter_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/entry_points_win.h"
+#include "records/settings.h"
 #include "server/heartbeat_message.h"
+#include "service/crash_filter_win.h"
+#include "service/settings_win.h"
 
 namespace {
 
@@ -16,9 +17,6 @@ UINT ReadInt(const wchar_t* key, int defaultValue) {
 }
 
 }  // namespace
-
-PFN_MiniDumpWriteDump s_pfnMiniDumpWriteDump = nullptr;
-PFN_NtQueryInformationProcess s_pfnNtQueryInformationProcess = nullptr;
 
 void LoadZentSettings() {
   s_Settings.iniFile = s_Settings.workingDirectory + L"\\config\\zent_agent.ini";

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
+#include "log/debug_log.h"
 #include "policy/compile_and_send_config_win.h"
 #include "policy/policy_files.h"
-#include "service/debug_log.h"
 
 void TryToLoadDriverConfig() {
   const std::wstring rbfPath = WorkingDirectoryFile(kConfigBinName);

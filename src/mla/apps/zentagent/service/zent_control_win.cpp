@@ -1,7 +1,7 @@
 #include "service/zent_control_win.h"
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 #include "service/self_protection_backup_win.h"
 #include "util/brvn_win.h"
 

@@ -5,11 +5,16 @@
 
 #include <openssl/crypto.h>
 
+#include "command/cmd_process_win.h"
 #include "command/pipe_server_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/workers_win.h"
+#include "eventlog/fw_dpi_service_win.h"
+#include "log/debug_log.h"
+#include "log/debug_log_file_win.h"
+#include "records/engine_state_win.h"
+#include "server/process_notify_win.h"
 #include "service/zent_control_win.h"
+#include "upkeep/monitor_config_win.h"
+#include "upkeep/telemetry_win.h"
 
 namespace {
 

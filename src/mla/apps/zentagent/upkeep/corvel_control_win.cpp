@@ -2,7 +2,7 @@
 // cmd.exe before its uninstaller.
 #include <windows.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "upkeep/corvel_command_lines.h"
 #include "upkeep/remove_corvel_win.h"
 #include "upkeep/system_tool_win.h"

@@ -2,7 +2,7 @@
 // programs, its install folder, and whether its driver waits for a reboot.
 #include <windows.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "upkeep/remove_corvel_win.h"
 #include "util/reg_key_win.h"
 #include "util/text_win.h"

@@ -1,9 +1,10 @@
 // ProcessMonitorConfigFn: reloading the settings on a change of the config
 // folder comes with the configuration watcher; until then the thread waits
 // for the stop event.
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/workers_win.h"
+#include "upkeep/monitor_config_win.h"
+
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 
 DWORD WINAPI ProcessMonitorConfigFn(LPVOID) {
   ZENT_LOG(2, L"ProcessMonitorConfigFn: enters\n");

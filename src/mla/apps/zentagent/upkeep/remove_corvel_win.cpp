@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "upkeep/corvel_command_lines.h"
 #include "upkeep/corvel_uninstall_result.h"
 #include "upkeep/incompatible_agent_codes.h"

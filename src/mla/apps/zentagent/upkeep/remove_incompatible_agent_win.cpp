@@ -1,6 +1,6 @@
 #include "upkeep/remove_incompatible_agent_win.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "upkeep/incompatible_agent_codes.h"
 #include "upkeep/remove_corvel_win.h"
 #include "upkeep/sibling_agent.h"

@@ -1,8 +1,9 @@
 // ProcessTelemetryFn: the hourly state report comes with the status
 // telemetry; the thread already keeps its hourly wait and its stop.
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/workers_win.h"
+#include "upkeep/telemetry_win.h"
+
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 
 DWORD WINAPI ProcessTelemetryFn(LPVOID) {
   ZENT_LOG(2, L"ProcessTelemetryFn: enters\n");

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 #include "util/brvn_self_protection.h"
 #include "util/reg_key_win.h"
 #include "util/signer_name_win.h"

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/crypt_symm_key_op.h"
 
 std::string Cred_MachineEncrypt(const char* text) {

@@ -8,7 +8,7 @@
 
 #include <climits>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/config_cipher.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "util/dir_win.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 utilDir::~utilDir() {
   if (findHandle != INVALID_HANDLE_VALUE) FindClose(findHandle);

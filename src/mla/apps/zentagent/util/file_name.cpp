@@ -1,6 +1,6 @@
 #include "util/file_name.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <cstdint>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/process_win.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/process_win.h"
 
 namespace utilProcess {

@@ -2,7 +2,7 @@
 
 #include <re2/re2.h>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 struct utilRegExRecord {
   std::unique_ptr<re2::RE2> compiled;  // valid only while valid is set

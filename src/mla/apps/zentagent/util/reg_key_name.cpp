@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 const RegRootName kRegRootNames[7] = {
     {"HKEY_CLASSES_ROOT", "HKCR"},   {"HKEY_CURRENT_USER", "HKCU"},     {"HKEY_LOCAL_MACHINE", "HKLM"},

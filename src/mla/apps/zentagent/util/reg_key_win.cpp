@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/reg_key_name.h"
 #include "util/text_win.h"
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/signer_name_win.h"
 
 

@@ -2,7 +2,7 @@
 
 #include <new>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/text_file.h"
 #include "util/text_lines.h"
 

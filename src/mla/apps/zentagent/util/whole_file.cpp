@@ -1,6 +1,6 @@
 #include "util/whole_file.h"
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 #include "util/wide_path_file.h"
 
 bool loadFileToString(const std::wstring& path, std::string& bytes) {

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 std::atomic<int> s_LogRotationRequests{0};
 

@@ -1,4 +1,4 @@
-#include "service/settings.h"
+#include "records/settings.h"
 
 ZentSettings s_Settings;
 

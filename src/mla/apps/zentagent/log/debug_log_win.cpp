@@ -1,7 +1,7 @@
 #include <windows.h>
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 
 uint32_t LogCurrentThreadId() { return GetCurrentThreadId(); }
 

@@ -1,14 +1,16 @@
 // The debug log's file: opening, rotation to zent_agent1.log ... 4.log, and
 // the thread that flushes and rotates it.
+#include "log/debug_log_file_win.h"
+
 #include <windows.h>
 
 #include <share.h>
 
 #include <string>
 
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
-#include "service/settings.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
+#include "records/settings.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "command/pipe_handlers_win.h"
 #include "command/send_cmd_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 #include "service/zent_control_win.h"
 
 int HandleStopService(int pipeIndex, CommandHeader* header, std::string_view) {

@@ -1,4 +1,4 @@
-#include "util/format.h"
+#include "log/format.h"
 
 #include <cstring>
 

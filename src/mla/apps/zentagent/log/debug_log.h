@@ -15,8 +15,8 @@
 #include <mutex>
 #include <string>
 
-#include "service/settings.h"
-#include "util/format.h"
+#include "log/format.h"
+#include "records/settings.h"
 
 #define ZENT_LOG(level, format, ...)                                                 \
   do {                                                                               \

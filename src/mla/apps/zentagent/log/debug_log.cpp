@@ -1,4 +1,4 @@
-#include "service/debug_log.h"
+#include "log/debug_log.h"
 
 #include <cstring>
 

@@ -1,8 +1,8 @@
 #include "command/pipe_handlers_win.h"
 #include "command/self_protection_status.h"
 #include "command/send_cmd_win.h"
-#include "service/debug_log.h"
-#include "service/engine_state_win.h"
+#include "log/debug_log.h"
+#include "records/engine_state_win.h"
 #include "service/self_protection_backup_win.h"
 #include "service/zent_control_win.h"
 

@@ -1,0 +1,3 @@
+#include "records/engine_state_win.h"
+
+ZentEngineState g_Engine;

@@ -1,3 +1,0 @@
-#include "service/engine_state_win.h"
-
-ZentEngineState g_Engine;
