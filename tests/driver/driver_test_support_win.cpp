@@ -80,22 +80,6 @@ std::wstring PackageInf(const wchar_t* name) {
   return zentsim::testing::BuildOutput(L"ZENT_SIM_DRIVER_PACKAGE") + L"\\inf\\" + name;
 }
 
-DWORD RunToEnd(const std::wstring& commandLine) {
-  std::wstring line = commandLine;
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    return GetLastError();
-  }
-  WaitForSingleObject(process.hProcess, INFINITE);
-  DWORD exitCode = 0;
-  GetExitCodeProcess(process.hProcess, &exitCode);
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
-  return exitCode;
-}
-
 DWORD RegisterNetCfg(bool unregister) {
   std::wstring dll = zentsim::testing::BuildOutput(L"ZENT_SIM_NETCFG_DLL");
   return RunToEnd(SystemFolder() + L"\\regsvr32.exe " + (unregister ? L"/u " : L"") + L"/s \"" + dll + L"\"");

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "stand_in_key.h"
+#include "support/run_to_end_win.h"
 #include "util/captured_log.h"
 
 namespace drivertest {
@@ -26,8 +27,6 @@ std::wstring PackageInf(const wchar_t* name);
 
 // regsvr32 [/u] /s on the stand-in; its exit code.
 DWORD RegisterNetCfg(bool unregister = false);
-// Runs a command line to its end; its exit code.
-DWORD RunToEnd(const std::wstring& commandLine);
 
 bool FileExists(const std::wstring& path);
 bool WriteBytes(const std::wstring& path, const std::string& bytes);

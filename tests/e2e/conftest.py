@@ -4,6 +4,7 @@ import pytest
 
 import agent_host
 from agent_host import AgentHost
+from deployment import DeploymentHost
 
 
 @pytest.fixture
@@ -11,6 +12,16 @@ def agent():
     """A fresh installation of the agent; removed again after the test."""
     agent_host.running["settings"] = None
     host = AgentHost()
+    yield host
+    host.remove()
+
+
+@pytest.fixture
+def deployment_host():
+    """The agent's folder laid out for "-install" or "-delete"; whatever the
+    deployments installed is removed after the test."""
+    host = DeploymentHost()
+    host.lay_out()
     yield host
     host.remove()
 

@@ -9,7 +9,7 @@ import time
 import pytest
 
 from agent_host import INSTALL_DIR, SERVICE
-from deployment import SERVICE_KEY, DeploymentHost, HeldMutex, log_messages
+from deployment import SERVICE_KEY, HeldMutex, log_messages
 from test_agent_config import rule_file
 from winehost import (build_file, create_service, delete_service, query_service, read_key, start_service,
                       stop_service, wait_for_state, windows_path)
@@ -26,11 +26,8 @@ OLD_COMMAND = r'"C:\Old Agent\ZentAgent.exe" -service'
 
 
 @pytest.fixture
-def host():
-    deployment = DeploymentHost()
-    deployment.lay_out()
-    yield deployment
-    deployment.remove()
+def host(deployment_host):
+    yield deployment_host
 
 
 def last_run(host):

@@ -9,7 +9,7 @@ import pytest
 
 import driver_package
 from agent_host import INSTALL_DIR, SERVICE
-from deployment import SERVICE_KEY, DeploymentHost, log_messages
+from deployment import SERVICE_KEY, log_messages
 from winehost import query_service, read_value, unix_path
 
 DRIVER_FUNCTIONS = {"InstallOrUpdateDriver", "GetBundledDriverVersion", "GetDriverVersion",
@@ -36,11 +36,8 @@ REMOVE = ["FindComponent(mlfilter) = 0x00000000", "GetClassGuid() = 0x00000000",
 
 
 @pytest.fixture
-def host():
-    deployment = DeploymentHost()
-    deployment.lay_out()
-    yield deployment
-    deployment.remove()
+def host(deployment_host):
+    yield deployment_host
 
 
 def fresh(host, running=None, **knobs):

@@ -9,7 +9,7 @@ import os
 import pytest
 
 from agent_host import SERVICE
-from deployment import SERVICE_KEY, DeploymentHost, log_messages
+from deployment import SERVICE_KEY, log_messages
 from winehost import build_file, delete_key, delete_value, key_exists, run, set_value, unix_path, windows_path
 
 PELLOR_CLIENT = r"HKLM\SOFTWARE\Halvane\Pellor Client"
@@ -27,11 +27,8 @@ TASKKILL_OUTPUT = ("Error: Unknown or invalid command line option specified.\r\n
 
 
 @pytest.fixture
-def host():
-    deployment = DeploymentHost()
-    deployment.lay_out()
-    yield deployment
-    deployment.remove()
+def host(deployment_host):
+    yield deployment_host
     if key_exists(UNINSTALL + "\\" + CORVEL_CODE):
         set_value(CORVEL_KEY, "SelfProtection", 0)
         run(["msiexec", "/x", CORVEL_CODE, "/quiet"])

@@ -37,26 +37,10 @@ bool SplitLogLine(const std::string& line, std::string& function, std::string& m
 
 }  // namespace
 
-DWORD Run(const std::wstring& commandLine) {
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  std::wstring line = commandLine;
-  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    return GetLastError();
-  }
-  WaitForSingleObject(process.hProcess, INFINITE);
-  DWORD exitCode = 0;
-  GetExitCodeProcess(process.hProcess, &exitCode);
-  CloseHandle(process.hThread);
-  CloseHandle(process.hProcess);
-  return exitCode;
-}
-
 DWORD InstallCorvel(const char* msiVariable, const std::wstring& properties) {
   const char* msi = std::getenv(msiVariable);
   if (msi == nullptr) return ERROR_FILE_NOT_FOUND;
-  return Run(L"msiexec.exe /i \"" + Widen(msi) + L"\" /quiet " + properties);
+  return RunToEnd(L"msiexec.exe /i \"" + Widen(msi) + L"\" /quiet " + properties);
 }
 
 bool ProductInstalled(const wchar_t* productCode) {
@@ -97,7 +81,7 @@ void RestoreHost() {
   for (const wchar_t* code : {kCorvelProductCode, kHvCorvelProductCode}) {
     if (!ProductInstalled(code)) continue;
     SetDword(kCorvelKey, L"SelfProtection", 0);
-    Run(std::wstring(L"msiexec.exe /x ") + code + L" /quiet");
+    RunToEnd(std::wstring(L"msiexec.exe /x ") + code + L" /quiet");
   }
   knobs.Delete();
   DeleteKey(kServiceKey);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "support/run_to_end_win.h"
+
 namespace corvel_host {
 
 inline constexpr wchar_t kCorvelProductCode[] = L"{6B1C2D3E-4F50-4A61-9B72-8C93D4E5F601}";
@@ -20,8 +22,6 @@ inline constexpr wchar_t kPellorClientKey[] = L"SOFTWARE\\Halvane\\Pellor Client
 inline constexpr wchar_t kUninstallKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
 inline constexpr wchar_t kSessionManagerKey[] = L"SYSTEM\\CurrentControlSet\\Control\\Session Manager";
 
-// Runs a command line to its end; its exit code, or the launch's error.
-DWORD Run(const std::wstring& commandLine);
 // msiexec /i of the installer whose Windows path is in the environment
 // variable (ZENT_CORVEL_MSI or ZENT_HVCORVEL_MSI), with extra properties.
 DWORD InstallCorvel(const char* msiVariable, const std::wstring& properties = L"");
