@@ -132,4 +132,17 @@ def _wait_for_server_socket(server):
         time.sleep(0.05)
 
 
-atexit.register(end_session)
+def _end_of_run():
+    """The run's session ends with it, and its server is waited for: the next
+    run (the next test file) then starts a session of its own instead of
+    joining one whose services are still being shut down."""
+    kept = _keeper is not None
+    end_session()
+    if kept:
+        try:
+            _wineserver("-w")
+        except subprocess.TimeoutExpired:
+            pass
+
+
+atexit.register(_end_of_run)
