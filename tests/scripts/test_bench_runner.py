@@ -1,15 +1,14 @@
 """./zent bench's runner: every step runs to its end however long it takes,
 a failing step is reported with why and its last lines, the steps after it
 still run, and only failures make the run fail."""
-import importlib.util
 import io
 import os
 import sys
 
 ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
-spec = importlib.util.spec_from_file_location("bench_run", os.path.join(ROOT, "bench", "run.py"))
-bench_run = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(bench_run)
+sys.path.insert(0, os.path.join(ROOT, "bench"))
+
+import run as bench_run  # noqa: E402
 
 
 def python(code):
