@@ -6,6 +6,7 @@
 #include <string>
 
 #include "driver/network_component_win.h"
+#include "driver/network_results.h"
 #include "log/debug_log.h"
 #include "service/deployment_mutex_win.h"
 #include "service/init_service_win.h"
@@ -19,11 +20,7 @@ namespace {
 
 // The argument is kept, to be logged, up to this many bytes.
 constexpr size_t kCmdLimit = 256;
-// Success, but the machine must reboot to finish.
-constexpr int kRebootRequired = -110;
-constexpr int kDriverUninstallFailed = -113;
 constexpr int kParentNotSigned = -115;
-constexpr HRESULT kNetCfgRebootRequired = 0x0004A020;
 
 int Install(HANDLE* mutex) {
   // Other agents are looked at before anything is taken or touched.
@@ -61,7 +58,7 @@ int Delete(HANDLE* mutex) {
     ZENT_LOG_AS("WinMain", 1, L"Uninstall driver fails.\n");
     code = kDriverUninstallFailed;
   } else {
-    code = uninstalled == kNetCfgRebootRequired ? kRebootRequired : 0;
+    code = uninstalled == kNetcfgSReboot ? kDriverRebootRequired : 0;
     code = CZentControl::ServiceDelete(code);
   }
   if (code == 0) {

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "driver/install_or_update_driver_win.h"
+#include "driver/network_results.h"
 #include "log/debug_log.h"
 #include "service/zent_control_win.h"
 
@@ -15,7 +16,6 @@ constexpr wchar_t kAgentDisplayName[] = L"Halvane Zent Service (Agent)";
 constexpr wchar_t kAgentDescription[] =
     L"Detects Intrusion Prevention rule violations and automates the application of virtual patches before "
     L"official patches become available.";
-constexpr int kRebootRequired = -110;
 // What "-delete" needs of the agent's service: SERVICE_STOP,
 // SERVICE_QUERY_STATUS and SERVICE_ENUMERATE_DEPENDENTS.
 constexpr DWORD kStopAccess = SERVICE_STOP | SERVICE_QUERY_STATUS | SERVICE_ENUMERATE_DEPENDENTS;
@@ -168,7 +168,7 @@ int CZentControl::StartService_() {
 
 int CZentControl::ServiceInstall() {
   int result = InstallOrUpdateDriver();
-  if (result == kRebootRequired) {
+  if (result == kDriverRebootRequired) {
     ZENT_LOG(1, L"InstallOrUpdateDriver success, but require reboot.\n");
   } else if (result != 0) {
     ZENT_LOG(1, L"InstallOrUpdateDriver fails, ret=%d\n", result);
