@@ -61,18 +61,35 @@ START_ATTEMPTS = 3
 
 def _run_once(program, args, input, env, timeout, encoding):
     """One start under exitcode.exe: (exit code or None if the program never
-    ran, stdout, stderr, the launcher's Linux exit status)."""
+    ran, stdout, stderr, the launcher's Linux exit status).
+
+    The streams are files, not pipes: a process that the program starts (the
+    session's services.exe when the program happens to start the session) can
+    inherit them and keep them open long after the program has ended, and a
+    pipe would then hold the caller until its time-out."""
     with tempfile.TemporaryDirectory(prefix="zent-exitcode-") as folder:
         result = os.path.join(folder, "exit_code")
         command = [str(WINE_RUN), build_file("tests/tools/exitcode.exe"), windows_path(result), program,
                    *[str(a) for a in args[1:]]]
-        stdin = {"input": input} if input is not None else {"stdin": subprocess.DEVNULL}
-        done = subprocess.run(command, **stdin, capture_output=True, timeout=timeout,
-                              env={**os.environ, **(env or {})})
-        stdout = done.stdout.decode(encoding, errors="replace")
-        stderr = done.stderr.decode(encoding, errors="replace")
+        streams = [open(os.path.join(folder, name), "w+b") for name in ("stdin", "stdout", "stderr")]
+        try:
+            if input is not None:
+                streams[0].write(input)
+                streams[0].seek(0)
+            done = subprocess.run(command, stdin=streams[0] if input is not None else subprocess.DEVNULL,
+                                  stdout=streams[1], stderr=streams[2], timeout=timeout,
+                                  env={**os.environ, **(env or {})})
+            stdout, stderr = (_read_back(stream, encoding) for stream in streams[1:])
+        finally:
+            for stream in streams:
+                stream.close()
         try:
             with open(result) as f:
                 return int(f.read()), stdout, stderr, done.returncode
         except (OSError, ValueError):
             return None, stdout, stderr, done.returncode
+
+
+def _read_back(stream, encoding):
+    stream.seek(0)
+    return stream.read().decode(encoding, errors="replace")

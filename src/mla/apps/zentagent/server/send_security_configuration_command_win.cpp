@@ -17,14 +17,11 @@
 #include "server/get_file_modify_time.h"
 #include "server/multi_commands_win.h"
 #include "util/cred_machine_encrypt.h"
+#include "util/agent_registry_key.h"
 #include "util/reg_key_win.h"
 #include "util/whole_file.h"
 
 namespace {
-
-// Read by the suite and by people who inspect the host; the agent only
-// writes these values.
-constexpr char kAgentRegistryKey[] = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Halvane\\ZentAgent";
 
 bool SetTime(utilRegKey& key, const char* valueName, int32_t time) {
   DWORD value = static_cast<DWORD>(time);
