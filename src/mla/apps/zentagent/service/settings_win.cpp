@@ -1,12 +1,17 @@
 #include <windows.h>
 
+#include <mutex>
+#include <string>
+
 #include "log/debug_log.h"
+#include "policy/deployment_lock.h"
 #include "records/engine_state_win.h"
 #include "records/entry_points_win.h"
 #include "records/settings.h"
 #include "server/heartbeat_message.h"
 #include "service/crash_filter_win.h"
 #include "service/settings_win.h"
+#include "upkeep/monitor_config_win.h"
 
 namespace {
 
@@ -19,7 +24,10 @@ UINT ReadInt(const wchar_t* key, int defaultValue) {
 }  // namespace
 
 void LoadZentSettings() {
-  s_Settings.iniFile = s_Settings.workingDirectory + L"\\config\\zent_agent.ini";
+  // Other threads hold the path's text while they read or write the ini;
+  // assigning even the same text would free the buffer under them.
+  std::wstring iniFile = s_Settings.workingDirectory + L"\\config\\zent_agent.ini";
+  if (s_Settings.iniFile != iniFile) s_Settings.iniFile = iniFile;
   // Each field is overwritten on its own: a reader on another thread may see
   // old and new values side by side for a moment.
   s_Settings.s_bTestMode = ReadInt(L"TestMode", 0) != 0;
@@ -36,6 +44,9 @@ void LoadZentSettings() {
 
   wchar_t policy[254] = {};
   GetPrivateProfileStringW(L"Policy", L"DeployedPolicy", L"", policy, 254, s_Settings.iniFile.c_str());
+  // The heartbeat copies the label under the deployment lock, and a
+  // deployment replaces it under the same lock.
+  std::lock_guard<std::mutex> deployment(g_DeploymentLock);
   s_Settings.DeployedPolicy = policy;
 }
 
@@ -81,7 +92,9 @@ void ReloadConfigSettings() {
   bool wasOn = s_Settings.LogFile;
   LoadZentSettings();
   if (wasOn && !s_Settings.LogFile) {
-    // Closed outside the log's lock: a writer may race with this, by design.
+    // Under the log's lock: a writer that saw the stream open finishes its
+    // line before the stream goes.
+    std::lock_guard<std::mutex> lock(s_DebugLog.logLock);
     if (FILE* stream = s_DebugLog.stream.exchange(nullptr)) fclose(stream);
   } else if (!wasOn && s_Settings.LogFile) {
     InitLogFile();

@@ -5,7 +5,7 @@
 void InitZentSettings();
 // Reads section ZENTSETTINGS and the deployed policy into the record.
 void LoadZentSettings();
-// From the configuration watcher, when the ini changed.
-void ReloadConfigSettings();
+// ReloadConfigSettings, which the configuration watcher calls, is declared
+// in upkeep/monitor_config_win.h.
 // The platform and the settings, to the debug log.
 void DumpDefaultSetting();
