@@ -8,6 +8,7 @@ import time
 
 from agent_host import AgentHost
 from winehost import write_ini
+from winehost.paths import PREFIX
 
 RELOAD = re.compile(r"\[ReloadConfigSettings:\d+\] Reload Config Settings\.\r\n")
 # The profile calls read the file the moment the folder's notification wakes
@@ -68,7 +69,15 @@ class WatchedAgent:
                     argv = f.read().split(b"\0")
             except OSError:
                 continue
-            if any(arg.endswith(b"ZentAgent.exe") for arg in argv) and b"-service" in argv:
+            if not (any(arg.endswith(b"ZentAgent.exe") for arg in argv) and b"-service" in argv):
+                continue
+            # Other checkouts on the machine run agents in prefixes of their own.
+            try:
+                with open(f"/proc/{name}/environ", "rb") as f:
+                    environment = f.read().split(b"\0")
+            except OSError:
+                continue
+            if b"WINEPREFIX=" + str(PREFIX).encode() in environment:
                 return int(name)
         raise AssertionError("no Linux process runs ZentAgent.exe -service")
 
