@@ -412,7 +412,6 @@ def test_peer_that_never_reads_ends_after_30_seconds(agent, listener):
     assert_still_works(agent)
 
 
-@pytest.mark.long
 def test_hundred_megabyte_reply_is_cut_at_64_mib(agent, listener):
     head = b"HTTP/1.1 200 OK\r\n\r\n" + b'{"name": "n", "clientUID": "u", "request": "'
     result, mark = exchange(agent, listener, 9, RawReply(head, filler=100 * 1024 * 1024 - len(head)))
