@@ -287,6 +287,36 @@ def test_failed_compilation_and_driver_load_answer_1(agent, listener):
     assert_still_works(agent)
 
 
+def test_failing_steps_of_a_reply_answer_1(agent, listener):
+    # The request file cannot be written: a folder stands in its place.
+    os.mkdir(agent.path("http_request.xml"))
+    try:
+        query = RawReply(http_reply(client_request_text(query_document("no-file"))))
+        result, mark = exchange(agent, listener, 6, query)
+        assert result == 1
+        assert direct_lines(agent, mark, ("PipeCmdHttp", "processHttpResponse failed"))[-2:] == [
+            ("putJasonToFile", f"can't open {REQUEST_XML}"), ("PipeCmdHttp", "processHttpResponse failed")]
+    finally:
+        os.rmdir(agent.path("http_request.xml"))
+
+    # A query the engine refuses (no RequestID): nothing is posted back.
+    refused = '<Message><Request cmd="GetHostMetaData"><HostMetaDataQueries/></Request></Message>'
+    result, mark = exchange(agent, listener, 6, RawReply(http_reply(client_request_text(refused))))
+    assert result == 1
+    listener.wait_for(2)
+    assert len(listener.connections) == 2
+    assert not os.path.exists(agent.path("http_response.xml"))
+
+    # A translation that fails: nothing stored, nothing loaded.
+    bad = deployment().replace(b"<AgentConfiguration>",
+                               b'<AgentConfiguration><LogConfiguration logInspectionSyslogClip="abc"/>', 1)
+    result, mark = exchange(agent, listener, 6, RawReply(http_reply(client_request_text(bad.decode()))))
+    assert result == 1
+    assert not os.path.exists(agent.path("zent_agent.encxml"))
+    assert agent.record("mli", "LoadedRuleFile") is None
+    assert_still_works(agent)
+
+
 # --- destinations that name no exchange ----------------------------------------------------------
 
 def test_destinations_refused_before_any_connection(agent, listener):
