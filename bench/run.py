@@ -40,6 +40,8 @@ def steps(root, win, native):
          [wine, f"{win}/bench/oem_files_bench.exe"]),
         ("-install and -delete as whole runs against the same system calls bare, under Wine",
          [python, bench("install_road.py")]),
+        ("httpsPost taking 1/8/32 MB replies against a bare Winsock loop, under Wine",
+         [wine, f"{win}/bench/https_post_bench.exe"]),
         ("the settings loader on 1 KB/1 MB/10 MB ini files against the bare profile calls, under Wine",
          [wine, f"{win}/bench/settings_loader_bench.exe"]),
     ]

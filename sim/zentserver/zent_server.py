@@ -20,10 +20,33 @@ and, on the same port:
     POST /control/acks                a JSON list of acknowledgement values, queued
     GET  /control/messages            every message so far, as JSON
     POST /control/reset               empties the records and the scripts
+
+`DirectListener` is the test server of the agent's direct HTTP path (pipe
+command 102): a raw TCP listener that parses nothing. It records each
+connection's bytes as they came, up to the agent's shutdown of its send side,
+answers from a script of raw replies and closes. In a test:
+
+    listener = DirectListener().start()
+    listener.script(RawReply(http_reply(json_text)), RawReply(end="reset"))
+    ... listener.wait_for(1)[0].received ...
+    listener.stop()
+
+From a shell:
+
+    python3 zent_server.py --direct [--port N] [--control-port M]
+        prints "listening on 127.0.0.1:PORT, control on 127.0.0.1:CONTROL"
+
+with the control on its own port, since the listener's port reads no HTTP:
+
+    POST /control/replies             a JSON list of raw replies (see RawReply.from_json), queued
+    GET  /control/connections         every connection so far, as JSON
+    POST /control/reset               empties the records and the script
 """
 import argparse
 import json
 import re
+import socket
+import struct
 import threading
 import time
 import urllib.parse
@@ -254,10 +277,271 @@ class ZentServer:
                 self.state.lock.wait(left)
 
 
+# --- the direct path's raw listener ---------------------------------------------------------------
+
+# How a raw reply ends, once its pieces are sent.
+ENDS = ("close", "reset", "open", "never-read")
+
+
+@dataclass
+class RawReply:
+    """One connection's answer: after `delay` seconds, the bytes in pieces of
+    the sizes in `pieces` (the rest in one), `gap` seconds apart; then
+    `end`: "close", "reset" (an RST), "open" (no close, for `hold` seconds or
+    until the listener stops), or "never-read" (the request is not read and
+    nothing is sent; the connection stays for `hold` seconds). With
+    `then_refuse` the listener closes its port before this connection ends,
+    so that the next connect is refused."""
+    data: bytes = b""
+    delay: float = 0.0
+    pieces: list = field(default_factory=list)
+    gap: float = 0.0
+    end: str = "close"
+    hold: float = None
+    filler: int = 0  # bytes of filler sent behind data, made as they go
+    then_refuse: bool = False
+
+    def __post_init__(self):
+        if self.end not in ENDS:
+            raise ValueError(f"end is one of {ENDS}, not {self.end!r}")
+
+    @staticmethod
+    def from_json(item):
+        """{"text": "..."} | {"hex": "..."} | {"json": value} (sent as an HTTP
+        200 reply carrying the JSON text), with optional "filler" (a count of
+        bytes), "delay", "pieces", "gap", "end", "hold" and "then_refuse"."""
+        if "json" in item:
+            data = http_reply(json.dumps(item["json"]).encode())
+        elif "hex" in item:
+            data = bytes.fromhex(item["hex"])
+        else:
+            data = item.get("text", "").encode("latin-1")
+        return RawReply(data, item.get("delay", 0.0), list(item.get("pieces", [])), item.get("gap", 0.0),
+                        item.get("end", "close"), item.get("hold"), item.get("filler", 0),
+                        item.get("then_refuse", False))
+
+
+def http_reply(body, status="200 OK"):
+    """Bytes of a plain HTTP reply carrying `body`."""
+    body = body if isinstance(body, bytes) else body.encode()
+    return (f"HTTP/1.1 {status}\r\nContent-Type: application/json\r\nContent-Length: {len(body)}\r\n"
+            f"Connection: close\r\n\r\n").encode() + body
+
+
+@dataclass
+class Connection:
+    """One connection as the listener saw it."""
+    chunks: list = field(default_factory=list)  # bytes of each recv, as they came
+    shut: bool = False     # the peer shut its send side down
+    sent: int = 0          # bytes of the reply that went out
+    send_error: str = ""   # why sending stopped early, if it did
+    done: bool = False     # the listener is through with it
+
+    @property
+    def received(self):
+        return b"".join(self.chunks)
+
+    def to_json(self):
+        return {"received": self.received.decode("latin-1"), "chunks": len(self.chunks), "shut": self.shut,
+                "sent": self.sent, "send_error": self.send_error, "done": self.done}
+
+
+class DirectListener:
+    # A peer that keeps its send side open is waited for no longer than this.
+    READ_LIMIT = 120
+
+    def __init__(self, port=0):
+        self.sock = socket.create_server(("127.0.0.1", port))
+        self.replies = []
+        self.connections = []
+        self.lock = threading.Condition()
+        self.stopping = threading.Event()
+        self.thread = None
+        self.control = None
+
+    @property
+    def port(self):
+        return self.sock.getsockname()[1]
+
+    @property
+    def address(self):
+        return f"127.0.0.1:{self.port}"
+
+    def start(self):
+        self.thread = threading.Thread(target=self.accept_loop, daemon=True)
+        self.thread.start()
+        return self
+
+    def stop(self):
+        self.stopping.set()
+        self.close_port()
+        if self.control is not None:
+            self.control.shutdown()
+            self.control.server_close()
+
+    def close_port(self):
+        # A close alone would leave the port listening while accept() waits
+        # on it in the other thread.
+        try:
+            self.sock.shutdown(socket.SHUT_RDWR)
+        except OSError:
+            pass
+        self.sock.close()
+
+    def script(self, *replies):
+        with self.lock:
+            self.replies += replies
+
+    def reset(self):
+        with self.lock:
+            self.replies.clear()
+            self.connections.clear()
+
+    def wait_for(self, count, timeout=90):
+        """The first `count` connections, once the listener is through with
+        them."""
+        deadline = time.monotonic() + timeout
+        with self.lock:
+            while True:
+                done = [c for c in self.connections if c.done]
+                if len(done) >= count and all(c.done for c in self.connections[:count]):
+                    return self.connections[:count]
+                left = deadline - time.monotonic()
+                if left <= 0:
+                    raise AssertionError(f"{len(done)} of {count} connections done after {timeout} s")
+                self.lock.wait(left)
+
+    def accept_loop(self):
+        while not self.stopping.is_set():
+            try:
+                conn, _ = self.sock.accept()
+            except OSError:
+                return
+            record = Connection()
+            with self.lock:
+                reply = self.replies.pop(0) if self.replies else RawReply()
+                self.connections.append(record)
+            threading.Thread(target=self.serve, args=(conn, record, reply), daemon=True).start()
+
+    def serve(self, conn, record, reply):
+        try:
+            if reply.end == "never-read":
+                self.hold(reply)
+                return
+            self.read_request(conn, record)
+            if reply.delay:
+                time.sleep(reply.delay)
+            self.send_reply(conn, record, reply)
+            if reply.then_refuse:
+                self.close_port()
+            if reply.end == "reset":
+                # SO_LINGER with a zero time-out: the close sends an RST.
+                conn.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            elif reply.end == "open":
+                self.hold(reply)
+        finally:
+            conn.close()
+            with self.lock:
+                record.done = True
+                self.lock.notify_all()
+
+    def hold(self, reply):
+        self.stopping.wait(reply.hold)
+
+    def read_request(self, conn, record):
+        conn.settimeout(self.READ_LIMIT)
+        while True:
+            try:
+                chunk = conn.recv(65536)
+            except OSError:
+                return
+            if not chunk:
+                record.shut = True
+                return
+            with self.lock:
+                record.chunks.append(chunk)
+
+    def send_reply(self, conn, record, reply):
+        try:
+            cuts = []
+            offset = 0
+            for size in reply.pieces:
+                cuts.append(reply.data[offset:offset + size])
+                offset += size
+            cuts.append(reply.data[offset:])
+            for i, piece in enumerate(cuts):
+                if i and reply.gap:
+                    time.sleep(reply.gap)
+                conn.sendall(piece)
+                record.sent += len(piece)
+            pattern = b"zent-stand-in-filler "
+            block = pattern * (1048576 // len(pattern) + 1)
+            left = reply.filler
+            while left > 0:
+                piece = block[:min(left, 1048576)]
+                conn.sendall(piece)
+                record.sent += len(piece)
+                left -= len(piece)
+        except OSError as error:
+            record.send_error = str(error)
+
+    def serve_control(self, port=0):
+        """The control interface on a port of its own."""
+        listener = self
+
+        class Control(BaseHTTPRequestHandler):
+            protocol_version = "HTTP/1.1"
+
+            def log_message(self, *args):
+                pass
+
+            def do_GET(self):
+                if self.path == "/control/connections":
+                    with listener.lock:
+                        body = json.dumps([c.to_json() for c in listener.connections])
+                    return self.answer(200, body.encode())
+                self.answer(404, b"not found")
+
+            def do_POST(self):
+                body = self.rfile.read(int(self.headers.get("Content-Length", "0")))
+                if self.path == "/control/replies":
+                    listener.script(*[RawReply.from_json(item) for item in json.loads(body)])
+                elif self.path == "/control/reset":
+                    listener.reset()
+                else:
+                    return self.answer(404, b"unknown control")
+                self.answer(200, b"{}")
+
+            def answer(self, status, body):
+                self.send_response(status)
+                self.send_header("Content-Length", str(len(body)))
+                self.send_header("Connection", "close")
+                self.end_headers()
+                self.wfile.write(body)
+                self.close_connection = True
+
+        self.control = ThreadingHTTPServer(("127.0.0.1", port), Control)
+        self.control.daemon_threads = True
+        threading.Thread(target=self.control.serve_forever, daemon=True).start()
+        return self.control.server_address[1]
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("--port", type=int, default=0)
-    server = ZentServer(parser.parse_args().port)
+    parser.add_argument("--direct", action="store_true", help="the direct path's raw listener")
+    parser.add_argument("--control-port", type=int, default=0)
+    args = parser.parse_args()
+    if args.direct:
+        listener = DirectListener(args.port).start()
+        control = listener.serve_control(args.control_port)
+        print(f"listening on {listener.address}, control on 127.0.0.1:{control}", flush=True)
+        try:
+            listener.thread.join()
+        except KeyboardInterrupt:
+            pass
+        return
+    server = ZentServer(args.port)
     print(f"listening on {server.address}", flush=True)
     try:
         server.httpd.serve_forever()

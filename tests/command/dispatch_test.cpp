@@ -54,4 +54,9 @@ TEST(TestCommandSet, GetMetaDataIs106) {
   EXPECT_EQ(SelectPipeHandler(106, false), PipeHandler::PipeCmdUnknown);
 }
 
+TEST(TestCommandSet, DirectHttpIs102) {
+  EXPECT_EQ(SelectPipeHandler(102, true), PipeHandler::PipeCmdHttp);
+  EXPECT_EQ(SelectPipeHandler(102, false), PipeHandler::PipeCmdUnknown);
+}
+
 }  // namespace

@@ -91,9 +91,26 @@ TEST(ZentctlArguments, SelfProtectionNeedsOnOffOrData) {
   EXPECT_EQ(parsed.options.dataFile, "status.json");
 }
 
-TEST(ZentctlArguments, OnlySelfProtectionTakesAWordAfterIt) {
+TEST(ZentctlArguments, OnlySelfProtectionAndHttpTakeAWordAfterThem) {
   EXPECT_EQ(ErrorOf({"send", "ping", "on"}), "unexpected argument 'on'");
   EXPECT_EQ(ErrorOf({"send", "self-protection", "on", "off"}), "unexpected argument 'off'");
+  EXPECT_EQ(ErrorOf({"send", "http", "1.2.3.4:80:7", "x"}), "unexpected argument 'x'");
+}
+
+TEST(ZentctlArguments, HttpSendsItsDestinationAsTheData) {
+  ParsedArguments parsed = ParseZentctlArguments({"send", "http", "127.0.0.1:8080:7"});
+  ASSERT_EQ(parsed.error, "");
+  EXPECT_EQ(parsed.options.command, 102u);
+  EXPECT_EQ(parsed.options.builtinData, "127.0.0.1:8080:7");
+  // Whatever the text is: the agent judges it.
+  EXPECT_EQ(ParseZentctlArguments({"send", "http", ":80"}).options.builtinData, ":80");
+}
+
+TEST(ZentctlArguments, HttpWithoutDestinationSendsNoData) {
+  ParsedArguments parsed = ParseZentctlArguments({"send", "http"});
+  ASSERT_EQ(parsed.error, "");
+  EXPECT_FALSE(parsed.options.builtinData.has_value());
+  EXPECT_EQ(ErrorOf({"send", "http", "1.2.3.4:80:7", "--data", "d.txt"}), "unexpected argument '1.2.3.4:80:7'");
 }
 
 TEST(ZentctlArguments, ValuesFollowAsTheNextArgumentOrAfterAnEqualsSign) {

@@ -28,7 +28,12 @@ Commands (a name below, or any number from 0 to 4294967295):
                              {"service":1} or {"service":0} unless --data
   stop                    3  stop the agent's service
   ping                  101  answer at once
-  http                  102  direct HTTP path; the data is the request
+  http [ADDRESS:PORT:ID]
+                        102  direct HTTP path: one heartbeat over plain TCP to
+                             ADDRESS (dotted IPv4) and PORT, the agent's
+                             identity ending in ID; the agent acts on the
+                             reply. The data is that text unless --data;
+                             without either there is none (Result 1)
   set-config            103  deploy an agent configuration document
   set-raw-config        104  deploy a manager policy document
   clear-config          105  clear the driver's configuration
@@ -80,6 +85,9 @@ Examples:
         Result:     0
         DataLength: 0
         Time:       2024-02-29 13:05:09.042 UTC (Thursday)
+  zentctl send http 127.0.0.1:8080:7 --timeout 60000
+      Has the agent post a heartbeat to a test server on port 8080 and
+      waits a minute for the Result of what the server asked for.
   zentctl send set-raw-config --data C:\policies\policy.xml --timeout 60000
       Sends a manager policy document and waits a minute for its Result.
 )";

@@ -116,6 +116,11 @@ std::string ApplyCommand(const std::vector<std::string>& words, ZentctlOptions& 
       return "self-protection needs on or off (or --data FILE)";
     }
   }
+  if (word == "http" && words.size() > 2 && !o.dataFile) {
+    // The agent reads its destination as the data's text, no line end.
+    o.builtinData = words[2];
+    used = 3;
+  }
   if (words.size() > used) return "unexpected argument '" + words[used] + "'";
   return {};
 }

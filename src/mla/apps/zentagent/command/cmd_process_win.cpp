@@ -23,6 +23,7 @@ void Dispatch(int pipeIndex, CommandHeader* header, std::string_view message) {
     case PipeHandler::HandleSelfProtectionStatus: HandleSelfProtectionStatus(pipeIndex, header, message); break;
     case PipeHandler::HandleStopService: HandleStopService(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdPing: PipeCmdPing(pipeIndex, header, message); break;
+    case PipeHandler::PipeCmdHttp: PipeCmdHttp(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdSetCfg: PipeCmdSetCfg(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdSetRawCfg: PipeCmdSetRawCfg(pipeIndex, header, message); break;
     case PipeHandler::PipeCmdClrCfg: PipeCmdClrCfg(pipeIndex, header); break;

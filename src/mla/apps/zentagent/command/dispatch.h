@@ -8,6 +8,7 @@ enum class PipeHandler {
   HandleSelfProtectionStatus,
   HandleStopService,
   PipeCmdPing,
+  PipeCmdHttp,
   PipeCmdSetCfg,
   PipeCmdSetRawCfg,
   PipeCmdClrCfg,
@@ -17,6 +18,5 @@ enum class PipeHandler {
 };
 
 // Production has five commands; TestMode swaps them for the test set, in
-// which 2 and 3 are unknown. The direct HTTP path (102) is not built yet and
-// is answered as unknown.
+// which 2 and 3 are unknown.
 PipeHandler SelectPipeHandler(uint32_t command, bool testMode);

@@ -9,6 +9,7 @@
 
 int PipeCmdNotify(int pipeIndex, CommandHeader* header, std::string_view message);
 int PipeCmdPing(int pipeIndex, CommandHeader* header, std::string_view message);
+int PipeCmdHttp(int pipeIndex, CommandHeader* header, std::string_view message);
 int PipeCmdGetMetaData(int pipeIndex, CommandHeader* header, std::string_view message);
 int PipeCmdUnknown(int pipeIndex, CommandHeader* header, std::string_view message);
 int HandleSelfProtectionStatus(int pipeIndex, CommandHeader* header, std::string_view message);

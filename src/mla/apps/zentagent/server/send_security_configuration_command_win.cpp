@@ -16,29 +16,15 @@
 #include "records/settings.h"
 #include "server/get_file_modify_time.h"
 #include "server/multi_commands_win.h"
-#include "util/cred_machine_encrypt.h"
+#include "server/store_raw_policy_win.h"
 #include "util/agent_registry_key.h"
 #include "util/reg_key_win.h"
-#include "util/whole_file.h"
 
 namespace {
 
 bool SetTime(utilRegKey& key, const char* valueName, int32_t time) {
   DWORD value = static_cast<DWORD>(time);
   return key.SetRegWithCreate(valueName, &value);
-}
-
-// The raw policy as received: the single command, wrapped in its Message.
-void StoreRawPolicy(const CommandFileNames& files, const std::wstring& rawPath) {
-  if (!s_Settings.s_bConfigEncrypt) {
-    CopyFileW(files.commandFile.c_str(), rawPath.c_str(), FALSE);
-    return;
-  }
-  std::string text;
-  if (!loadFileToString(files.commandFile, text)) return;
-  // An empty outcome of the encryption is written all the same, emptying
-  // the file: what stands there is never an older policy than the driver's.
-  putStringToFile(rawPath, Cred_MachineEncrypt(text.c_str()));
 }
 
 }  // namespace
@@ -55,7 +41,8 @@ void RunSendSecurityConfiguration(int index, const CommandFileNames& files) {
   if (ParseRawConfigXml(files.commandFile, files.resultFile) != 0) return;
   ZENT_LOG_AS("ParseMultiCmdXml", 4, L"successfully converted Manager Config XML to Agent Config XML\n");
 
-  StoreRawPolicy(files, rawPath);
+  // The raw policy as received: the single command, wrapped in its Message.
+  StoreRawPolicy(files.commandFile, rawPath);
   if (!CopyFileW(files.resultFile.c_str(), xmlPath.c_str(), FALSE)) {
     ZENT_LOG_AS("ParseMultiCmdXml", 4, L"copy temp result to config.xml failed\n");
     return;
