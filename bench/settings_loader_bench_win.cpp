@@ -86,7 +86,7 @@ int main() {
   double loaderAt1M = 0, loaderAt10M = 0, bareAt1M = 0, bareAt10M = 0;
   for (size_t size : {size_t{1} << 10, size_t{1} << 20, size_t{10} << 20}) {
     WriteFileText(ini, IniText(size));
-    int rounds = size >= (size_t{10} << 20) ? 5 : 11;
+    int rounds = size >= (size_t{10} << 20) ? 7 : 21;
     std::vector<double> medians = InterleavedMedians(rounds, {{"loader",
                                                                [&ini] {
                                                                  Saved(ini);
