@@ -40,6 +40,8 @@ def steps(root, win, native):
          [wine, f"{win}/bench/oem_files_bench.exe"]),
         ("-install and -delete as whole runs against the same system calls bare, under Wine",
          [python, bench("install_road.py")]),
+        ("the agent idle against its waits alone, and its memory over 10 idle minutes, under Wine",
+         [python, bench("idle.py"), "--drift-minutes", "10"]),
     ]
 
 
