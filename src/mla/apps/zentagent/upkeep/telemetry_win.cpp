@@ -90,6 +90,7 @@ DWORD getDriverStatus() {
     ZENT_LOG_AS(kThreadName, 1, L"OpenSCManager failed\n");
     return 0;
   }
+  // The manager's access mask, asked of the service as the system always has.
   SC_HANDLE service = OpenServiceW(manager, L"mlfilter", SC_MANAGER_ALL_ACCESS);
   if (service == nullptr) {
     ZENT_LOG_AS(kThreadName, 1, L"OpenService failed\n");
