@@ -44,6 +44,8 @@ def steps(root, win, native):
          [wine, f"{win}/bench/https_post_bench.exe"]),
         ("the settings loader on 1 KB/1 MB/10 MB ini files against the bare profile calls, under Wine",
          [wine, f"{win}/bench/settings_loader_bench.exe"]),
+        ("the agent idle against its waits alone, and its memory over 10 idle minutes, under Wine",
+         [python, bench("idle.py"), "--drift-minutes", "10"]),
     ]
 
 

@@ -22,9 +22,10 @@ from driver_records import (ICMP, RECORD_NOT_LOGGED, SYN, TCP, UDP, KIND_GENERAT
                             ipv4, ipv6, record, tcp, udp)
 from event_pipeline import log_parameters_policy  # noqa: E402
 from winehost import unix_path  # noqa: E402
-from winehost import delete_key, end_session, query_service, read_ini, read_key, set_value  # noqa: E402
+from winehost import delete_key, end_session, query_service, read_ini, read_key, set_value, write_ini  # noqa: E402
 from zent_server_stand_in import ZentServer, client_request  # noqa: E402
 
+import demo_direct  # noqa: E402
 import demo_host_queries as host_queries  # noqa: E402
 
 POLICY = os.path.join(here, "..", "tests", "e2e", "data", "small_policy.xml")
@@ -298,6 +299,42 @@ def pipe_deployment(agent, log):
     print("    by a multi-command document publishes a label)")
 
 
+# --- the live settings file ----------------------------------------------------------
+
+def save_setting(agent, key, value):
+    """Saves zent_agent.ini with one key of ZENTSETTINGS changed, the way an
+    editor does: the whole file written anew beside it and renamed into
+    place. The agent's own Policy section stays as it is."""
+    sections = read_ini(agent.ini)
+    sections["ZENTSETTINGS"][key] = value
+    staged = agent.path("zent_agent.ini.new")
+    write_ini(staged, sections)
+    os.replace(staged, agent.ini)
+
+
+def ping(agent, log):
+    reply = agent.zentctl("send", "ping", "--request-id", "8")
+    show_text(reply.stdout, 4)
+    print(f"    zentctl exit status {reply.exit_code}; the debug log says:")
+    log.wait_for(r"Process Command\(101\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=10)
+    log.show(heartbeat_thread=False)
+
+
+def live_test_mode(agent, log):
+    """TestMode switched off and on again in zent_agent.ini while the agent
+    runs: the configuration watcher reloads the settings on the save, and the
+    next command meets the other command set. No restart."""
+    for value, what in ((0, "production commands only: 101 is unknown now"),
+                        (1, "the test commands are back: 101 is answered")):
+        heading(f"zent_agent.ini saved with TestMode={value} while the agent runs ({what})")
+        save_setting(agent, "TestMode", value)
+        log.wait_for(r"Reload Config Settings\.\r\n", timeout=15)
+        print("    the debug log says:")
+        log.show(heartbeat_thread=False)
+        print("    zentctl send ping --request-id 8")
+        ping(agent, log)
+
+
 # --- the driver's events ---------------------------------------------------------------
 
 # The event log's parameters for the demo: the main log rotates at 1 KB, three
@@ -473,6 +510,11 @@ def main():
         server_query(agent, server, log)
         pipe_commands(agent, log)
         pipe_deployment(agent, log)
+        live_test_mode(agent, log)
+        demo_direct.direct_exchange(agent)
+        log.wait_for(r"Process Command\(102\)\r\n(.*\r\n)*?.*36 bytes were sent\r\n", timeout=10)
+        print("    the debug log says:")
+        log.show(heartbeat_thread=False)
         event_pipeline(agent, log)
 
         delete(agent)
