@@ -1,8 +1,8 @@
 // mli_get_log: the records of the log script the knob "LogScript" names
 // (log_script.h), delivered as the driver delivers its own. With nothing to
 // deliver a read waits, as the driver's does, so that the engine's pump
-// idles instead of spinning: for a new script, for the engine's stop event,
-// or at most "IdleWaitMs".
+// idles instead of spinning: for a new script (a change of the stand-in's
+// key wakes it), for the engine's stop event, or at most "IdleWaitMs".
 #include <windows.h>
 
 #include <algorithm>
@@ -21,8 +21,10 @@ using namespace zentsim::mli;
 
 // The kind under which the engine registers its stop event.
 constexpr int kStopEventKind = 0;
-// How often an idle read looks for a new script.
-constexpr DWORD kScriptPollMs = 50;
+// An idle read looks for a new script when the stand-in's key changes, and
+// at this period besides, for a script file that changed under the same
+// knob.
+constexpr DWORD kScriptPollMs = 1000;
 constexpr uint32_t kDefaultIdleWaitMs = 30000;
 constexpr uint32_t kDefaultQueueRecords = 4096;
 
@@ -116,9 +118,30 @@ int Deliver(Channel& channel, const Copy& copy, unsigned char* record, void** ex
   return 0;
 }
 
+// An event set when a value of the stand-in's key is written (a new
+// "LogScript" among them), armed again before each wait; null when the key
+// cannot be watched, and the period alone then finds a new script.
+HANDLE KnobChanged() {
+  static HKEY key = [] {
+    HKEY opened = nullptr;
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, zentsim::KeyPath(kStandIn).c_str(), 0, nullptr, 0,
+                        KEY_NOTIFY | KEY_READ, nullptr, &opened, nullptr) != ERROR_SUCCESS) {
+      return static_cast<HKEY>(nullptr);
+    }
+    return opened;
+  }();
+  static HANDLE changed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  if (!key || !changed) return nullptr;
+  if (RegNotifyChangeKeyValue(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed, TRUE) != ERROR_SUCCESS) {
+    return nullptr;
+  }
+  return changed;
+}
+
 // Waits up to `ms`; false when the stop event or mli_close ended the wait.
-bool WaitQuietly(Channel& channel, DWORD ms) {
-  HANDLE handles[2] = {channel.closing, nullptr};
+// A change of the stand-in's knobs ends it early, with true.
+bool WaitQuietly(Channel& channel, DWORD ms, bool forScript) {
+  HANDLE handles[3] = {channel.closing, nullptr, nullptr};
   DWORD count = 1;
   {
     // Its own reference, as the engine may register another stop event
@@ -131,9 +154,13 @@ bool WaitQuietly(Channel& channel, DWORD ms) {
       count = 2;
     }
   }
+  bool stopWatched = count == 2;
+  if (forScript) {
+    if (HANDLE changed = KnobChanged()) handles[count++] = changed;
+  }
   DWORD ended = WaitForMultipleObjects(count, handles, FALSE, ms);
-  if (count == 2) CloseHandle(handles[1]);
-  return ended == WAIT_TIMEOUT;
+  if (stopWatched) CloseHandle(handles[1]);
+  return ended == WAIT_TIMEOUT || (forScript && ended == WAIT_OBJECT_0 + count - 1);
 }
 
 int ReadLog(Channel& channel, unsigned char* record, void** extra, uint32_t* extraLength) {
@@ -163,7 +190,7 @@ int ReadLog(Channel& channel, unsigned char* record, void** extra, uint32_t* ext
     }
     if (now >= deadline) break;
     DWORD leftMs = static_cast<DWORD>((deadline - now) * 1000 / Frequency());
-    if (!WaitQuietly(channel, std::max<DWORD>(1, std::min(waitMs, leftMs)))) break;
+    if (!WaitQuietly(channel, std::max<DWORD>(1, std::min(waitMs, leftMs)), !log.playing)) break;
   }
   return Fail(channel, "no log record");
 }

@@ -28,8 +28,13 @@ Pending pending;
 // scope may go right after.
 std::mutex writeLock;
 
+// Set when a record waits to be written: an idle driver costs its host no
+// wake-ups.
+HANDLE recordsWaiting = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+
 DWORD WINAPI WriterThread(void*) {
   for (;;) {
+    WaitForSingleObject(recordsWaiting, INFINITE);
     Sleep(kWriteEveryMs);
     WriteRecords();
   }
@@ -40,16 +45,19 @@ DWORD WINAPI WriterThread(void*) {
 void AddToRecord(const wchar_t* value, uint32_t amount) {
   std::lock_guard lock(pendingLock);
   pending.counts[value] += amount;
+  SetEvent(recordsWaiting);
 }
 
 void SetQwordRecord(const wchar_t* value, uint64_t data) {
   std::lock_guard lock(pendingLock);
   pending.qwords[value] = data;
+  SetEvent(recordsWaiting);
 }
 
 void RemoveRecord(const wchar_t* value) {
   std::lock_guard lock(pendingLock);
   pending.qwords[value] = std::nullopt;
+  SetEvent(recordsWaiting);
 }
 
 void WriteRecords() {
