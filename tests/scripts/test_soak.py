@@ -16,10 +16,10 @@ LOG_AFTER_THE_HOUR = "\r\n".join([
     "2026:01:02-11:00:00:003 [  2C][ZTENG][GetFileModifyTime:15] Get File Info fails",
     "2026:01:02-11:00:00:003 [  2C][ZTENG][GetFileModifyTime:15] Get File Info fails",
     "2026:01:02-11:00:00:004 [  1C][ZTENG][GetFileModifyTime:15] Get File Info fails",
-    "2026:01:02-11:00:00:004 [  2C][ZTENG][ProcessTelemetryFn:70] ConfigXMLTime: 0, ConfigBinTime: 0",
-    "2026:01:02-11:00:00:005 [  2C][ZTENG][ProcessTelemetryFn:80] "
+    "2026:01:02-11:00:00:004 [  2C][ZTENG][compareConfigBinStatus:70] ConfigXMLTime: 0, ConfigBinTime: 0",
+    "2026:01:02-11:00:00:005 [  2C][ZTENG][comparePolicyStatus:80] "
     "deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2",
-    "2026:01:02-11:00:00:006 [  2C][ZTENG][ProcessTelemetryFn:90] mlfilter stat.dwCurrentState: 4",
+    "2026:01:02-11:00:00:006 [  2C][ZTENG][getDriverStatus:90] mlfilter stat.dwCurrentState: 4",
     "2026:01:02-11:00:00:007 [  2C][ZTENG][SetDWordValue:173] Registry key name: "
     "'HKEY_LOCAL_MACHINE\\SOFTWARE\\Halvane\\ZentAgent'",
     "2026:01:02-11:00:00:008 [  2C][ZTENG][ProcessTelemetryFn:40] Telemetry thread: "
@@ -45,9 +45,9 @@ def test_only_the_telemetry_threads_lines_are_taken():
         "ProcessTelemetryFn: ProcessTelemetryFn: enters",
         "GetFileModifyTime: Get File Info fails",
         "GetFileModifyTime: Get File Info fails",
-        "ProcessTelemetryFn: ConfigXMLTime: 0, ConfigBinTime: 0",
-        "ProcessTelemetryFn: deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2",
-        "ProcessTelemetryFn: mlfilter stat.dwCurrentState: 4",
+        "compareConfigBinStatus: ConfigXMLTime: 0, ConfigBinTime: 0",
+        "comparePolicyStatus: deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2",
+        "getDriverStatus: mlfilter stat.dwCurrentState: 4",
         WRITE,
         "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
         "(PolicyStatusValue,ErrorCount)(1,0),4",

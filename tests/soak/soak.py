@@ -36,9 +36,9 @@ ENTERS = "ProcessTelemetryFn: ProcessTelemetryFn: enters"
 FIRST_PASS = [
     "GetFileModifyTime: Get File Info fails",
     "GetFileModifyTime: Get File Info fails",
-    "ProcessTelemetryFn: ConfigXMLTime: 0, ConfigBinTime: 0",
-    "ProcessTelemetryFn: deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2",
-    "ProcessTelemetryFn: mlfilter stat.dwCurrentState: 4",
+    "compareConfigBinStatus: ConfigXMLTime: 0, ConfigBinTime: 0",
+    "comparePolicyStatus: deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2",
+    "getDriverStatus: mlfilter stat.dwCurrentState: 4",
     WRITE,
     "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),(PolicyStatusValue,ErrorCount)(1,0),4",
     WRITE,

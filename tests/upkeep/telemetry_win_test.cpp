@@ -28,9 +28,9 @@ constexpr int64_t kSecond = 1600000000;
 const std::string kEnters = "ProcessTelemetryFn: ProcessTelemetryFn: enters";
 const std::string kWrite = "SetDWordValue: Registry key name: 'HKEY_LOCAL_MACHINE\\SOFTWARE\\Halvane\\ZentAgent'";
 const std::string kNoFile = "GetFileModifyTime: Get File Info fails";
-const std::string kRunning = "ProcessTelemetryFn: mlfilter stat.dwCurrentState: 4";
-const std::string kNoLabels = "ProcessTelemetryFn: deployedPolicyInfo: , requestPolicyInfo: ";
-const std::string kNoConfig = "ProcessTelemetryFn: ConfigXMLTime: 0, ConfigBinTime: 0";
+const std::string kRunning = "getDriverStatus: mlfilter stat.dwCurrentState: 4";
+const std::string kNoLabels = "comparePolicyStatus: deployedPolicyInfo: , requestPolicyInfo: ";
+const std::string kNoConfig = "compareConfigBinStatus: ConfigXMLTime: 0, ConfigBinTime: 0";
 const std::string kSignaled = "ProcessTelemetryFn: ProcessTelemetryFn: Stop Event Signaled!";
 const std::string kExits = "ProcessTelemetryFn: ProcessTelemetryFn: exits";
 const std::string kHold = "ProcessTelemetryFn: Telemetry thread:";
@@ -95,7 +95,7 @@ TEST_F(TelemetryLoop, DriverStatusFollowsTheServiceAtEachPass) {
   // Stopped: 1. The good values of the fresh host were written at once.
   EXPECT_EQ(gate.Through(kHold),
             (Lines{kWrite, kWrite, kNoFile, kNoFile, kNoConfig, kNoLabels,
-                   "ProcessTelemetryFn: mlfilter stat.dwCurrentState: 1", kWrite,
+                   "getDriverStatus: mlfilter stat.dwCurrentState: 1", kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(0,0),1"}));
   EXPECT_EQ(AgentValue(L"DriverStatus"), 1u);
@@ -103,14 +103,14 @@ TEST_F(TelemetryLoop, DriverStatusFollowsTheServiceAtEachPass) {
   EXPECT_EQ(AgentValue(L"PolicyStatus"), 0u);
 
   // Start pending: 2. The slow start begins just before the pass asks.
-  Lines lines = gate.Through("ProcessTelemetryFn: deployedPolicyInfo:");
+  Lines lines = gate.Through("comparePolicyStatus: deployedPolicyInfo:");
   SetDriverKnob(L"StartDelayMs", 5000);
   ASSERT_TRUE(StartDriverService()) << GetLastError();
   ASSERT_EQ(WaitForDriverState(SERVICE_START_PENDING), static_cast<DWORD>(SERVICE_START_PENDING));
   Lines rest = gate.Through(kHold);
   lines.insert(lines.end(), rest.begin(), rest.end());
   EXPECT_EQ(lines, (Lines{kWrite, kWrite, kNoFile, kNoFile, kNoConfig, kNoLabels,
-                          "ProcessTelemetryFn: mlfilter stat.dwCurrentState: 2", kWrite,
+                          "getDriverStatus: mlfilter stat.dwCurrentState: 2", kWrite,
                           "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                           "(PolicyStatusValue,ErrorCount)(0,0),2"}));
   EXPECT_EQ(AgentValue(L"DriverStatus"), 2u);
@@ -118,7 +118,7 @@ TEST_F(TelemetryLoop, DriverStatusFollowsTheServiceAtEachPass) {
 
   // No service: 0, and the service manager's refusal in the log.
   EXPECT_EQ(gate.Through(kHold),
-            (Lines{kWrite, kWrite, kNoFile, kNoFile, kNoConfig, kNoLabels, "ProcessTelemetryFn: OpenService failed",
+            (Lines{kWrite, kWrite, kNoFile, kNoFile, kNoConfig, kNoLabels, "getDriverStatus: OpenService failed",
                    kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(0,0),0"}));
@@ -135,10 +135,10 @@ TEST_F(TelemetryLoop, MismatchIsWrittenOnTheSecondPassInARowAndGoodValuesAtOnce)
   SetAgentValue(L"PolicyStatus", 7);
   Config(kSecond + 5, 0, kSecond, 0);
   Labels("Policy-1", "Policy-2");
-  const std::string olderRules = "ProcessTelemetryFn: ConfigXMLTime: 1600000005, ConfigBinTime: 1600000000";
-  const std::string newerRules = "ProcessTelemetryFn: ConfigXMLTime: 1600000005, ConfigBinTime: 1600000010";
-  const std::string otherPolicy = "ProcessTelemetryFn: deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2";
-  const std::string samePolicy = "ProcessTelemetryFn: deployedPolicyInfo: Policy-2, requestPolicyInfo: Policy-2";
+  const std::string olderRules = "compareConfigBinStatus: ConfigXMLTime: 1600000005, ConfigBinTime: 1600000000";
+  const std::string newerRules = "compareConfigBinStatus: ConfigXMLTime: 1600000005, ConfigBinTime: 1600000010";
+  const std::string otherPolicy = "comparePolicyStatus: deployedPolicyInfo: Policy-1, requestPolicyInfo: Policy-2";
+  const std::string samePolicy = "comparePolicyStatus: deployedPolicyInfo: Policy-2, requestPolicyInfo: Policy-2";
   TelemetryThread loop(gate, kPeriodMs);
 
   // Pass 1: both differ for the first time; nothing but DriverStatus.
@@ -181,7 +181,7 @@ TEST_F(TelemetryLoop, MismatchIsWrittenOnTheSecondPassInARowAndGoodValuesAtOnce)
   // Pass 5: a newer rule file, written at once; a first policy mismatch.
   EXPECT_EQ(gate.Through(kHold),
             (Lines{kWrite, kWrite, newerRules,
-                   "ProcessTelemetryFn: deployedPolicyInfo: Policy-2, requestPolicyInfo: Policy-3", kRunning, kWrite,
+                   "comparePolicyStatus: deployedPolicyInfo: Policy-2, requestPolicyInfo: Policy-3", kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(1,0),4"}));
   EXPECT_EQ(AgentValue(L"ConfigBinStatus"), 1u);
@@ -194,7 +194,7 @@ TEST_F(TelemetryLoop, MismatchIsWrittenOnTheSecondPassInARowAndGoodValuesAtOnce)
   // its mark was set.
   EXPECT_EQ(gate.Through(kHold),
             (Lines{kWrite, olderRules,
-                   "ProcessTelemetryFn: deployedPolicyInfo: Policy-3, requestPolicyInfo: Policy-3", kRunning, kWrite,
+                   "comparePolicyStatus: deployedPolicyInfo: Policy-3, requestPolicyInfo: Policy-3", kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(1,0),"
                    "(PolicyStatusValue,ErrorCount)(0,1),4"}));
   EXPECT_EQ(AgentValue(L"ConfigBinStatus"), 0u);
@@ -205,7 +205,7 @@ TEST_F(TelemetryLoop, MismatchIsWrittenOnTheSecondPassInARowAndGoodValuesAtOnce)
   // Pass 7: the good rule file, written at once with its mark set.
   EXPECT_EQ(gate.Through(kHold),
             (Lines{kWrite, newerRules,
-                   "ProcessTelemetryFn: deployedPolicyInfo: Policy-3, requestPolicyInfo: Policy-3", kRunning, kWrite,
+                   "comparePolicyStatus: deployedPolicyInfo: Policy-3, requestPolicyInfo: Policy-3", kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,1),"
                    "(PolicyStatusValue,ErrorCount)(0,0),4"}));
   EXPECT_EQ(AgentValue(L"ConfigBinStatus"), 9u);
@@ -220,7 +220,7 @@ TEST_F(TelemetryLoop, MismatchIsWrittenOnTheSecondPassInARowAndGoodValuesAtOnce)
 TEST_F(TelemetryLoop, RuleFileAgeIsComparedInWholeSeconds) {
   // The rule file a fraction of a second older, within the same second.
   Config(kSecond, 9, kSecond, 1);
-  const std::string sameSecond = "ProcessTelemetryFn: ConfigXMLTime: 1600000000, ConfigBinTime: 1600000000";
+  const std::string sameSecond = "compareConfigBinStatus: ConfigXMLTime: 1600000000, ConfigBinTime: 1600000000";
   TelemetryThread loop(gate, kPeriodMs);
 
   EXPECT_EQ(gate.Through(kHold),
@@ -231,7 +231,7 @@ TEST_F(TelemetryLoop, RuleFileAgeIsComparedInWholeSeconds) {
 
   // No config.xml: its time is 0, and no rule file is older than that.
   EXPECT_EQ(gate.Through(kHold),
-            (Lines{kWrite, kWrite, kNoFile, "ProcessTelemetryFn: ConfigXMLTime: 0, ConfigBinTime: 1600000000",
+            (Lines{kWrite, kWrite, kNoFile, "compareConfigBinStatus: ConfigXMLTime: 0, ConfigBinTime: 1600000000",
                    kNoLabels, kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(0,0),4"}));
@@ -241,7 +241,7 @@ TEST_F(TelemetryLoop, RuleFileAgeIsComparedInWholeSeconds) {
 
   // No config.rbf beside config.xml: older, a first mismatch.
   EXPECT_EQ(gate.Through(kHold),
-            (Lines{kWrite, kWrite, kNoFile, "ProcessTelemetryFn: ConfigXMLTime: 1600000000, ConfigBinTime: 0",
+            (Lines{kWrite, kWrite, kNoFile, "compareConfigBinStatus: ConfigXMLTime: 1600000000, ConfigBinTime: 0",
                    kNoLabels, kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(1,0),"
                    "(PolicyStatusValue,ErrorCount)(0,0),4"}));
@@ -250,7 +250,7 @@ TEST_F(TelemetryLoop, RuleFileAgeIsComparedInWholeSeconds) {
 
   // The second pass in a row writes it.
   EXPECT_EQ(gate.Through(kHold),
-            (Lines{kWrite, kNoFile, "ProcessTelemetryFn: ConfigXMLTime: 1600000000, ConfigBinTime: 0", kNoLabels,
+            (Lines{kWrite, kNoFile, "compareConfigBinStatus: ConfigXMLTime: 1600000000, ConfigBinTime: 0", kNoLabels,
                    kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(1,1),"
                    "(PolicyStatusValue,ErrorCount)(0,0),4"}));
@@ -262,7 +262,7 @@ TEST_F(TelemetryLoop, RuleFileAgeIsComparedInWholeSeconds) {
 
 TEST_F(TelemetryLoop, PolicyLabelsAreReadFromTheFileAndComparedExactly) {
   Config(kSecond, 0, kSecond, 0);
-  const std::string config = "ProcessTelemetryFn: ConfigXMLTime: 1600000000, ConfigBinTime: 1600000000";
+  const std::string config = "compareConfigBinStatus: ConfigXMLTime: 1600000000, ConfigBinTime: 1600000000";
   // The labels in memory differ; the file has none, and two empty labels are
   // equal.
   s_Settings.DeployedPolicy = L"Policy-in-memory-1";
@@ -283,7 +283,7 @@ TEST_F(TelemetryLoop, PolicyLabelsAreReadFromTheFileAndComparedExactly) {
 
   EXPECT_EQ(gate.Through(kHold),
             (Lines{kWrite, kWrite, config,
-                   "ProcessTelemetryFn: deployedPolicyInfo: " + common + ", requestPolicyInfo: " + common, kRunning,
+                   "comparePolicyStatus: deployedPolicyInfo: " + common + ", requestPolicyInfo: " + common, kRunning,
                    kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(0,0),4"}));
@@ -292,7 +292,7 @@ TEST_F(TelemetryLoop, PolicyLabelsAreReadFromTheFileAndComparedExactly) {
   Labels("Policy-7", "policy-7");
 
   EXPECT_EQ(gate.Through(kHold),
-            (Lines{kWrite, kWrite, config, "ProcessTelemetryFn: deployedPolicyInfo: Policy-7, requestPolicyInfo: policy-7",
+            (Lines{kWrite, kWrite, config, "comparePolicyStatus: deployedPolicyInfo: Policy-7, requestPolicyInfo: policy-7",
                    kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(1,0),4"}));
@@ -303,7 +303,7 @@ TEST_F(TelemetryLoop, PolicyLabelsAreReadFromTheFileAndComparedExactly) {
 
   EXPECT_EQ(gate.Through(kHold),
             (Lines{kWrite, config,
-                   "ProcessTelemetryFn: deployedPolicyInfo: " + shorter + "A, requestPolicyInfo: " + shorter + "B",
+                   "comparePolicyStatus: deployedPolicyInfo: " + shorter + "A, requestPolicyInfo: " + shorter + "B",
                    kRunning, kWrite,
                    "ProcessTelemetryFn: Telemetry thread: (ConfigBinStatusValue,ErrorCount):(0,0),"
                    "(PolicyStatusValue,ErrorCount)(1,1),4"}));

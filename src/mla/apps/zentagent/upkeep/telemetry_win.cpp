@@ -68,7 +68,7 @@ DWORD RunTelemetryLoop(HANDLE stopEvent, DWORD periodMs) {
 DWORD compareConfigBinStatus() {
   int32_t xmlTime = GetFileModifyTime(WorkingDirectoryFile(kConfigXmlName));
   int32_t binTime = GetFileModifyTime(WorkingDirectoryFile(kConfigBinName));
-  ZENT_LOG_AS(kThreadName, 4, L"ConfigXMLTime: %d, ConfigBinTime: %d\n", xmlTime, binTime);
+  ZENT_LOG(4, L"ConfigXMLTime: %d, ConfigBinTime: %d\n", xmlTime, binTime);
   return binTime < xmlTime ? 1 : 0;
 }
 
@@ -77,8 +77,8 @@ DWORD comparePolicyStatus() {
   // suite asked about.
   std::wstring deployed = ReadPolicyLabel(L"DeployedPolicy");
   std::wstring requested = ReadPolicyLabel(L"RequestPolicy");
-  ZENT_LOG_AS(kThreadName, 4, L"deployedPolicyInfo: %S, requestPolicyInfo: %S\n", wideToUtf8(deployed.c_str()),
-              wideToUtf8(requested.c_str()));
+  ZENT_LOG(4, L"deployedPolicyInfo: %S, requestPolicyInfo: %S\n", wideToUtf8(deployed.c_str()),
+           wideToUtf8(requested.c_str()));
   return deployed == requested ? 0 : 1;
 }
 
@@ -87,24 +87,24 @@ DWORD getDriverStatus() {
   // as the system has always had it.
   SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
   if (manager == nullptr) {
-    ZENT_LOG_AS(kThreadName, 1, L"OpenSCManager failed\n");
+    ZENT_LOG(1, L"OpenSCManager failed\n");
     return 0;
   }
   // The manager's access mask, asked of the service as the system always has.
   SC_HANDLE service = OpenServiceW(manager, L"mlfilter", SC_MANAGER_ALL_ACCESS);
   if (service == nullptr) {
-    ZENT_LOG_AS(kThreadName, 1, L"OpenService failed\n");
+    ZENT_LOG(1, L"OpenService failed\n");
     return 0;
   }
   SERVICE_STATUS_PROCESS status{};
   DWORD needed = 0;
   if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof status,
                             &needed)) {
-    ZENT_LOG_AS(kThreadName, 1, L"QueryServiceStatusEx failed\n");
+    ZENT_LOG(1, L"QueryServiceStatusEx failed\n");
     return 0;
   }
   CloseServiceHandle(service);
   CloseServiceHandle(manager);
-  ZENT_LOG_AS(kThreadName, 4, L"%S stat.dwCurrentState: %d\n", "mlfilter", status.dwCurrentState);
+  ZENT_LOG(4, L"%S stat.dwCurrentState: %d\n", "mlfilter", status.dwCurrentState);
   return status.dwCurrentState;
 }
