@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
+#include <string>
 
 #include "channel.h"
 #include "crash_in.h"
@@ -120,19 +122,29 @@ int Deliver(Channel& channel, const Copy& copy, unsigned char* record, void** ex
 
 // An event set when a value of the stand-in's key is written (a new
 // "LogScript" among them), armed again before each wait; null when the key
-// cannot be watched, and the period alone then finds a new script.
+// cannot be watched (it does not exist yet), and the period alone then finds
+// a new script. The key is opened again when its path changes (a test's
+// scope) or watching it failed (the key was deleted).
 HANDLE KnobChanged() {
-  static HKEY key = [] {
-    HKEY opened = nullptr;
-    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, zentsim::KeyPath(kStandIn).c_str(), 0, nullptr, 0,
-                        KEY_NOTIFY | KEY_READ, nullptr, &opened, nullptr) != ERROR_SUCCESS) {
-      return static_cast<HKEY>(nullptr);
-    }
-    return opened;
-  }();
+  static std::mutex lock;
+  static std::wstring watchedPath;
+  static HKEY key = nullptr;
   static HANDLE changed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  std::lock_guard guard(lock);
+  std::wstring path = zentsim::KeyPath(kStandIn);
+  if (key && path != watchedPath) {
+    RegCloseKey(key);
+    key = nullptr;
+  }
+  // Opened, never created: a key that a test has removed stays removed.
+  if (!key && RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_NOTIFY | KEY_READ, &key) != ERROR_SUCCESS) {
+    key = nullptr;
+  }
+  watchedPath = path;
   if (!key || !changed) return nullptr;
   if (RegNotifyChangeKeyValue(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET, changed, TRUE) != ERROR_SUCCESS) {
+    RegCloseKey(key);
+    key = nullptr;
     return nullptr;
   }
   return changed;
@@ -155,12 +167,16 @@ bool WaitQuietly(Channel& channel, DWORD ms, bool forScript) {
     }
   }
   bool stopWatched = count == 2;
+  DWORD knobIndex = MAXDWORD;
   if (forScript) {
-    if (HANDLE changed = KnobChanged()) handles[count++] = changed;
+    if (HANDLE changed = KnobChanged()) {
+      knobIndex = count;
+      handles[count++] = changed;
+    }
   }
   DWORD ended = WaitForMultipleObjects(count, handles, FALSE, ms);
   if (stopWatched) CloseHandle(handles[1]);
-  return ended == WAIT_TIMEOUT || (forScript && ended == WAIT_OBJECT_0 + count - 1);
+  return ended == WAIT_TIMEOUT || ended == WAIT_OBJECT_0 + knobIndex;
 }
 
 int ReadLog(Channel& channel, unsigned char* record, void** extra, uint32_t* extraLength) {
