@@ -43,10 +43,12 @@ void LoadZentSettings() {
   s_Settings.LogFileSizeLimit = static_cast<int32_t>(ReadInt(L"LogFileSizeLimit", 10485760));
 
   wchar_t policy[254] = {};
-  GetPrivateProfileStringW(L"Policy", L"DeployedPolicy", L"", policy, 254, s_Settings.iniFile.c_str());
   // The heartbeat copies the label under the deployment lock, and a
-  // deployment replaces it under the same lock.
+  // deployment replaces it, in memory and in this file, under the same lock.
+  // The file is read under it too: a label read before a deployment and
+  // assigned after it would put the old label back for the next heartbeat.
   std::lock_guard<std::mutex> deployment(g_DeploymentLock);
+  GetPrivateProfileStringW(L"Policy", L"DeployedPolicy", L"", policy, 254, s_Settings.iniFile.c_str());
   s_Settings.DeployedPolicy = policy;
 }
 
