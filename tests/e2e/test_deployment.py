@@ -217,6 +217,7 @@ def hanging_agent(host, stop_delay_ms):
     wait_for_state(SERVICE, "RUNNING")
 
 
+@pytest.mark.long
 def test_delete_of_an_agent_stuck_in_stop_pending_gives_up_after_its_wait_hint(host):
     hanging_agent(host, 40000)
     stop_service(SERVICE)

@@ -145,6 +145,7 @@ def test_notify_command_sends_a_heartbeat(agent, server):
     agent.wait_for_log(r"\[ProcessNotifyFn:\d+\] notify received: notfiy event\r\n")
 
 
+@pytest.mark.long
 def test_rapid_heartbeat_leads_to_a_cycle_after_its_wait_then_falls_back(agent, server):
     server.script_heartbeats(client_request(DOCUMENT, rapid=5000), ack(0))
     serve(agent, server, DebugLevel=6, HeartBeatTimer=600000, DisableScheduleHeartBeat=1)
@@ -393,6 +394,7 @@ def test_bad_reply_is_logged_and_the_next_heartbeat_works(agent, server, reply, 
     assert server.wait_for(2, "HeartBeat")[1].body == long_form()
 
 
+@pytest.mark.long
 def test_reply_after_a_long_delay_is_processed(agent, server):
     server.script_heartbeats(client_request(DOCUMENT, info="Late policy", delay=8))
     serve(agent, server)
