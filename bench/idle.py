@@ -24,7 +24,8 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 
 from agent_host import AgentHost  # noqa: E402
 from winehost import build_file, end_session, keep_session, windows_path  # noqa: E402
-from winehost.paths import PREFIX, WINE_RUN  # noqa: E402
+from winehost.linux_process import ProcessNotFound, cpu_ticks, private_kb, windows_process, wineserver  # noqa: E402
+from winehost.paths import WINE_RUN  # noqa: E402
 
 SETTLE_S = 10
 WINDOW_S = 60
@@ -36,78 +37,8 @@ MEMORY_GOAL_OVER_BASELINE_KB = 8 * 1024
 DRIFT_GOAL_KB = 256
 
 
-class MeasureError(Exception):
-    pass
-
-
-def cpu_ticks(pid):
-    """utime+stime of every thread of the process, in clock ticks."""
-    with open(f"/proc/{pid}/stat") as f:
-        fields = f.read().rsplit(")", 1)[1].split()
-    # Fields after the name, counted from 3 (state): utime is 14, stime 15.
-    return int(fields[11]) + int(fields[12])
-
-
-def private_kb(pid):
-    """RssAnon + VmSwap in KB."""
-    values = {}
-    with open(f"/proc/{pid}/status") as f:
-        for line in f:
-            name, _, rest = line.partition(":")
-            if name in ("RssAnon", "VmSwap"):
-                values[name] = int(rest.split()[0])
-    if "RssAnon" not in values:
-        raise MeasureError(f"/proc/{pid}/status has no RssAnon")
-    return values["RssAnon"] + values.get("VmSwap", 0)
-
-
-def pids():
-    return [int(name) for name in os.listdir("/proc") if name.isdigit()]
-
-
-def windows_process(exe_name, timeout=30):
-    """The Linux PID of the Windows process of this prefix whose program is
-    exe_name: its comm is the program's name and its maps hold that file."""
-    deadline = time.monotonic() + timeout
-    while time.monotonic() < deadline:
-        for pid in pids():
-            try:
-                with open(f"/proc/{pid}/comm") as f:
-                    comm = f.read().strip()
-                if comm.lower() != exe_name.lower()[:15]:
-                    continue
-                with open(f"/proc/{pid}/maps") as f:
-                    if any(line.rstrip().lower().endswith("/" + exe_name.lower()) for line in f):
-                        if prefix_of(pid) == os.path.realpath(PREFIX):
-                            return pid
-            except OSError:
-                continue
-        time.sleep(0.5)
-    raise MeasureError(f"no process {exe_name} of the prefix {PREFIX} found in /proc after {timeout} s")
-
-
-def prefix_of(pid):
-    try:
-        with open(f"/proc/{pid}/environ", "rb") as f:
-            for entry in f.read().split(b"\0"):
-                if entry.startswith(b"WINEPREFIX="):
-                    return os.path.realpath(entry[len(b"WINEPREFIX="):].decode())
-    except OSError:
-        pass
-    return None
-
-
-def wineserver():
-    for pid in pids():
-        try:
-            with open(f"/proc/{pid}/comm") as f:
-                if not f.read().strip().startswith("wineserver"):
-                    continue
-        except OSError:
-            continue
-        if prefix_of(pid) == os.path.realpath(PREFIX):
-            return pid
-    raise MeasureError(f"no wineserver of the prefix {PREFIX} in /proc")
+# A process not found is a measure that cannot be made, like the others.
+MeasureError = ProcessNotFound
 
 
 def measure(pid, server):

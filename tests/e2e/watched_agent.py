@@ -7,8 +7,7 @@ import re
 import time
 
 from agent_host import AgentHost
-from winehost import write_ini
-from winehost.paths import PREFIX
+from winehost import linux_process, write_ini
 
 RELOAD = re.compile(r"\[ReloadConfigSettings:\d+\] Reload Config Settings\.\r\n")
 # The profile calls read the file the moment the folder's notification wakes
@@ -60,44 +59,16 @@ class WatchedAgent:
     # --- the process -----------------------------------------------------------------------
 
     def linux_pid(self):
-        """The Linux process that runs ZentAgent.exe -service."""
-        for name in os.listdir("/proc"):
-            if not name.isdigit():
-                continue
-            try:
-                with open(f"/proc/{name}/cmdline", "rb") as f:
-                    argv = f.read().split(b"\0")
-            except OSError:
-                continue
-            if not (any(arg.endswith(b"ZentAgent.exe") for arg in argv) and b"-service" in argv):
-                continue
-            # Other checkouts on the machine run agents in prefixes of their own.
-            try:
-                with open(f"/proc/{name}/environ", "rb") as f:
-                    environment = f.read().split(b"\0")
-            except OSError:
-                continue
-            if b"WINEPREFIX=" + str(PREFIX).encode() in environment:
-                return int(name)
-        raise AssertionError("no Linux process runs ZentAgent.exe -service")
+        """The Linux process that runs ZentAgent.exe in this prefix."""
+        return linux_process.windows_process("ZentAgent.exe", timeout=0)
 
     def cpu_seconds(self):
         """User and system time of all the agent's threads."""
-        with open(f"/proc/{self.linux_pid()}/stat") as f:
-            fields = f.read().rsplit(")", 1)[1].split()
-        # utime and stime are the 14th and 15th fields; the split starts at
-        # the 3rd.
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+        return linux_process.cpu_ticks(self.linux_pid()) / os.sysconf("SC_CLK_TCK")
 
     def private_memory(self):
         """RssAnon + VmSwap, in bytes."""
-        values = {}
-        with open(f"/proc/{self.linux_pid()}/status") as f:
-            for line in f:
-                key, _, rest = line.partition(":")
-                if key in ("RssAnon", "VmSwap"):
-                    values[key] = int(rest.split()[0]) * 1024
-        return values.get("RssAnon", 0) + values.get("VmSwap", 0)
+        return linux_process.private_kb(self.linux_pid()) * 1024
 
     def open_files(self):
         """The Linux paths the agent's process holds open."""
