@@ -43,10 +43,12 @@ with the control on its own port, since the listener's port reads no HTTP:
     POST /control/reset               empties the records and the script
 """
 import argparse
+import fcntl
 import json
 import re
 import socket
 import struct
+import termios
 import threading
 import time
 import urllib.parse
@@ -321,6 +323,12 @@ class RawReply:
                         item.get("then_refuse", False))
 
 
+def _unacknowledged(conn):
+    """Bytes sent on conn that its peer has not acknowledged yet (Linux's
+    SIOCOUTQ)."""
+    return struct.unpack("i", fcntl.ioctl(conn.fileno(), termios.TIOCOUTQ, b"\0\0\0\0"))[0]
+
+
 def http_reply(body, status="200 OK"):
     """Bytes of a plain HTTP reply carrying `body`."""
     body = body if isinstance(body, bytes) else body.encode()
@@ -435,6 +443,7 @@ class DirectListener:
             if reply.then_refuse:
                 self.close_port()
             if reply.end == "reset":
+                self.wait_until_taken(conn)
                 # SO_LINGER with a zero time-out: the close sends an RST.
                 conn.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             elif reply.end == "open":
@@ -444,6 +453,18 @@ class DirectListener:
             with self.lock:
                 record.done = True
                 self.lock.notify_all()
+
+    # An RST that arrives before the peer has read what came ahead of it
+    # throws those bytes away (on Windows, and under Wine), so a reset after
+    # a whole reply waits until the peer's system has acknowledged every
+    # byte, then gives the peer this long to read them.
+    RESET_PAUSE = 1.0
+
+    def wait_until_taken(self, conn):
+        deadline = time.monotonic() + self.READ_LIMIT
+        while _unacknowledged(conn) > 0 and time.monotonic() < deadline:
+            time.sleep(0.01)
+        time.sleep(self.RESET_PAUSE)
 
     def hold(self, reply):
         self.stopping.wait(reply.hold)
