@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what the build needs from Debian's packages, then cross-builds the
 # four libraries the agent links and GoogleTest for x86_64-w64-mingw32 from
-# Debian's source packages into a cache outside the checkout, keyed by version.
+# Debian's source packages into a cache outside the checkout, keyed by version
+# and by the recipe that built them.
 set -euo pipefail
 shopt -s inherit_errexit
 
@@ -113,29 +114,57 @@ compile_re2() {
   cmake_cross "$1" "$1/../build" "$2" -DRE2_BUILD_TESTING=OFF
   rm -rf "$2/source" && mv "$2.source.tmp" "$2/source"
 }
+# Only libcrypto, and in it only what the agent, its tests and the stand-ins
+# call: SHA-1 (the metadata answers' hash), SHA-256 (config.rbf's digest in
+# the stand-ins), AES-256-CBC keyed by PBKDF2-HMAC-SHA-512 (the settings'
+# encryption), the memory, base64 and cipher BIOs, and the random generator
+# (its DRBG runs on AES). The protocols are libssl's, which is not built;
+# every other algorithm, the engines, the legacy provider and the sockets
+# are left out. The deprecated calls stay: the agent still makes one
+# (OpenSSL_add_all_digests). The headers are installed as install_dev would,
+# all of them.
 compile_openssl() {
   (cd "$1" &&
      ./Configure mingw64 no-shared no-tests no-module \
+       no-ssl no-tls no-dtls no-sock no-dgram no-srp no-psk \
+       no-engine no-legacy no-dso no-async no-ui-console \
+       no-cms no-cmp no-ct no-ocsp no-ts no-rfc3779 no-comp \
+       no-ec no-dh no-dsa no-aria no-bf no-blake2 no-camellia no-cast \
+       no-chacha no-poly1305 no-cmac no-des no-idea no-md4 no-mdc2 no-ocb \
+       no-rc2 no-rc4 no-rmd160 no-scrypt no-seed no-siphash no-siv \
+       no-sm2 no-sm3 no-sm4 no-whirlpool \
        --cross-compile-prefix=$host- --prefix="$2" --libdir=lib >/dev/null &&
-     make -j "$jobs" build_libs >/dev/null &&
-     make install_dev >/dev/null)
+     make -j "$jobs" build_generated >/dev/null &&
+     make -j "$jobs" libcrypto.a >/dev/null &&
+     mkdir -p "$2/include/openssl" "$2/lib" &&
+     cp include/openssl/*.h "$2/include/openssl/" &&
+     cp libcrypto.a "$2/lib/")
+}
+
+# A short digest of how a library is built: its compile_ function, the CMake
+# helper and the toolchain file. It is part of the prefix's name, so that a
+# changed recipe builds the library again instead of reusing the old build.
+recipe_key() {
+  { declare -f "compile_$1" cmake_cross; cat "$here/cmake/mingw-w64-x86_64.cmake"; } |
+    sha256sum | cut -c 1-12
 }
 
 # cross_build SOURCE-PACKAGE DEV-PACKAGE: prints the install prefix.
 cross_build() {
-  local src=$1 dev=$2 ver prefix start
+  local src=$1 dev=$2 ver prefix start key
   local -a versions
   start=$(stage_now_ms)
+  key=$(recipe_key "$src")
   enable_sources >&2
   mapfile -t versions < <(candidate_versions "$src" "$dev")
   for ver in "${versions[@]}"; do
-    prefix=$cache/mingw/$src-$ver
+    prefix=$cache/mingw/$src-$ver-$key
     [ -e "$prefix/.done" ] && { stage_done "library $src" "$start" cached; echo "$prefix"; return 0; }
   done
   local work=$cache/work/$src
   for ver in "${versions[@]}"; do
     fetch_source "$src" "$ver" "$work" || continue
-    prefix=$cache/mingw/$src-$ver
+    prefix=$cache/mingw/$src-$ver-$key
     echo "zent setup: cross-building $src $ver" >&2
     rm -rf "$prefix"
     "compile_$src" "$work/src" "$prefix" >"$work/build.log" 2>&1 ||
